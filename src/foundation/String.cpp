@@ -1,0 +1,64 @@
+#include "foundation/String.h"
+
+#include <algorithm>
+
+namespace qv {
+
+namespace {
+
+char FoldCase(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+Encoding Joined(Encoding left, Encoding right) {
+    return (left == Encoding::UTF8 || right == Encoding::UTF8) ? Encoding::UTF8 : Encoding::None;
+}
+
+}  // namespace
+
+String::String(const char* literal) : String(std::string_view(literal ? literal : "")) {}
+
+String::String(std::string_view bytes, Encoding encoding) : encoding_(encoding) {
+    if (!bytes.empty()) bytes_ = std::make_shared<const std::string>(bytes);
+}
+
+String::String(std::string&& bytes, Encoding encoding) : encoding_(encoding) {
+    if (!bytes.empty()) bytes_ = std::make_shared<const std::string>(std::move(bytes));
+}
+
+String String::WithEncoding(Encoding encoding) const {
+    String copy = *this;
+    copy.encoding_ = encoding;
+    return copy;
+}
+
+String operator+(const String& left, const String& right) {
+    const Encoding encoding = Joined(left.GetEncoding(), right.GetEncoding());
+    if (right.IsEmpty()) return left.WithEncoding(encoding);
+    if (left.IsEmpty()) return right.WithEncoding(encoding);
+    std::string joined;
+    joined.reserve(left.Size() + right.Size());
+    joined.append(left.Bytes()).append(right.Bytes());
+    return String(std::move(joined), encoding);
+}
+
+bool SameText(const String& left, const String& right) {
+    const std::string_view a = left.Bytes();
+    const std::string_view b = right.Bytes();
+    return a.size() == b.size() &&
+           std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return FoldCase(x) == FoldCase(y); });
+}
+
+void StringBuilder::Append(const String& text) {
+    bytes_.append(text.Bytes());
+    encoding_ = Joined(encoding_, text.GetEncoding());
+}
+
+String StringBuilder::Take(Encoding encoding) {
+    String result(std::move(bytes_), Joined(encoding_, encoding));
+    bytes_ = std::string();
+    encoding_ = Encoding::None;
+    return result;
+}
+
+}  // namespace qv
