@@ -1,0 +1,26 @@
+#include "foundation/Clock.h"
+
+#include <time.h>
+
+namespace qv {
+
+Duration SystemClock::Now() const {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+}
+
+std::int32_t Ticks(const Clock& clock) {
+    const auto now = clock.Now();
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(now);
+    const auto rest = now - seconds;
+    const std::uint64_t ticks =
+        static_cast<std::uint64_t>(seconds.count()) * 60 + static_cast<std::uint64_t>(rest.count()) * 60 / 1'000'000'000;
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(ticks));
+}
+
+double Microseconds(const Clock& clock) {
+    return std::chrono::duration<double, std::micro>(clock.Now()).count();
+}
+
+}  // namespace qv

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+namespace qv {
+
+using Duration = std::chrono::nanoseconds;
+
+// The one source of time. Every clock read and every timer goes through a Clock,
+// so a test can swap in a ManualClock and run a 60-second timer in no time.
+class Clock {
+public:
+    virtual ~Clock() = default;
+    // Time on a monotonic scale with an arbitrary start.
+    virtual Duration Now() const = 0;
+};
+
+// The system-wide monotonic clock (CLOCK_MONOTONIC). Another process that reads
+// it sees the same time, which is what lets Quorvane and the assistant agree on
+// a tick count.
+class SystemClock final : public Clock {
+public:
+    Duration Now() const override;
+};
+
+// Time that moves only when told to.
+class ManualClock final : public Clock {
+public:
+    explicit ManualClock(Duration start = std::chrono::hours(1)) : now_(start) {}
+    Duration Now() const override { return now_; }
+    void Advance(Duration by) { now_ += by; }
+    void Set(Duration to) { now_ = to; }
+
+private:
+    Duration now_;
+};
+
+// 60 ticks a second, cut to signed 32 bits (the count wraps after about 414 days
+// of uptime, as the peer's own count does).
+std::int32_t Ticks(const Clock& clock);
+
+// Microseconds since the clock's start.
+double Microseconds(const Clock& clock);
+
+}  // namespace qv

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <sys/socket.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "foundation/RunLoop.h"
+
+struct ares_channeldata;
+struct ares_addrinfo;
+
+namespace qv {
+
+// Host name lookup through c-ares, driven by the run loop, so a slow name
+// server never blocks the one thread.
+class Resolver {
+public:
+    // `address` is null when the name could not be resolved.
+    using Done = std::function<void(const sockaddr* address, socklen_t length)>;
+
+    explicit Resolver(RunLoop& loop);
+    Resolver(const Resolver&) = delete;
+    Resolver& operator=(const Resolver&) = delete;
+    ~Resolver();
+
+    // Starts looking `host` up. `done` runs later from the loop, never inside
+    // this call. A new lookup or Cancel drops the result of the one before.
+    // An IPv4 address is preferred when the name has both kinds.
+    void Lookup(const std::string& host, Done done);
+    void Cancel();
+
+private:
+    struct Request;
+    static void OnSocketState(void* data, int fd, int readable, int writable);
+    static void OnResult(void* arg, int status, int timeouts, ares_addrinfo* result);
+    void Process(int readFd, int writeFd);
+    void RescheduleTimeout();
+
+    RunLoop& loop_;
+    ares_channeldata* channel_ = nullptr;
+    std::map<int, RunLoop::WatchId> watches_;
+    std::optional<RunLoop::TimerId> timeout_;
+    std::uint64_t generation_ = 0;
+    Done done_;
+    std::shared_ptr<Resolver*> self_;
+};
+
+}  // namespace qv

@@ -1,0 +1,252 @@
+#include "foundation/SocketCore.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <limits>
+
+#include "foundation/SocketErrors.h"
+
+namespace qv {
+
+namespace {
+
+constexpr std::size_t kReadPiece = 64 * 1024;
+// Input taken per readiness before other sources get their turn.
+constexpr std::size_t kReadBudget = 1024 * 1024;
+
+std::int32_t ClampToInt32(std::size_t n) {
+    return n > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()) ? std::numeric_limits<std::int32_t>::max()
+                                                                                   : static_cast<std::int32_t>(n);
+}
+
+}  // namespace
+
+SocketCore::SocketCore(RunLoop& loop) : loop_(loop), self_(std::make_shared<SocketCore*>(this)) {}
+
+SocketCore::~SocketCore() { CloseDescriptor(); }
+
+void SocketCore::Close() {
+    OnClose();
+    CloseDescriptor();
+    output_.Clear();
+    pendingConnected_ = pendingData_ = pendingSendComplete_ = pendingError_ = false;
+}
+
+void SocketCore::Purge() {
+    input_.Clear();
+    output_.Clear();
+    UpdateInterest();
+}
+
+void SocketCore::Poll() {
+    if (fd_ >= 0) {
+        pollfd probe{fd_, Interest(), 0};
+        if (poll(&probe, 1, 0) > 0) {
+            Service(probe.revents);
+            return;
+        }
+    }
+    DeliverPending();
+}
+
+std::int32_t SocketCore::BytesAvailable() const { return ClampToInt32(input_.Size()); }
+std::int32_t SocketCore::BytesLeftToSend() const { return ClampToInt32(output_.Size()); }
+
+String SocketCore::Read(std::int32_t count) {
+    if (count <= 0) return String();
+    return input_.Take(static_cast<std::size_t>(count));
+}
+
+String SocketCore::ReadAll() { return input_.TakeAll(); }
+
+String SocketCore::Lookahead() const { return String(input_.View()); }
+
+void SocketCore::Write(const String& data) {
+    if (data.IsEmpty()) return;
+    if (state_ == State::Connected && output_.IsEmpty()) {
+        // Nothing queued ahead: send from the caller's bytes and queue only the rest.
+        std::string_view rest = data.Bytes();
+        while (!rest.empty()) {
+            const ssize_t sent = send(fd_, rest.data(), rest.size(), MSG_NOSIGNAL);
+            if (sent > 0) {
+                rest.remove_prefix(static_cast<std::size_t>(sent));
+            } else if (sent < 0 && errno == EINTR) {
+                continue;
+            } else {
+                break;
+            }
+        }
+        if (rest.empty()) {
+            pendingSendComplete_ = true;
+            ScheduleDelivery();
+        }
+        output_.Append(rest);
+    } else if (state_ == State::Connected || state_ == State::Connecting || state_ == State::Resolving) {
+        output_.Append(data.Bytes());
+    }
+    UpdateInterest();
+}
+
+void SocketCore::Adopt(int fd, State state) {
+    CloseDescriptor();
+    fd_ = fd;
+    state_ = state;
+    watch_ = loop_.AddWatch(fd, 0, [this](short revents) { Service(revents); });
+    UpdateInterest();
+}
+
+void SocketCore::Fail(std::int32_t code) {
+    CloseDescriptor();
+    lastErrorCode_ = code;
+    pendingError_ = true;
+    ScheduleDelivery();
+}
+
+void SocketCore::MarkConnected() {
+    state_ = State::Connected;
+    pendingConnected_ = true;
+    UpdateInterest();
+    ScheduleDelivery();
+}
+
+void SocketCore::CloseDescriptor() {
+    if (watch_) loop_.RemoveWatch(*watch_);
+    watch_.reset();
+    if (fd_ >= 0) close(fd_);
+    fd_ = -1;
+    state_ = State::Closed;
+}
+
+void SocketCore::Service(short revents) {
+    switch (state_) {
+        case State::Listening:
+            if (revents & (POLLIN | POLLERR | POLLHUP)) AcceptPending();
+            break;
+        case State::Connecting:
+            if (revents & (POLLOUT | POLLERR | POLLHUP)) FinishConnect();
+            break;
+        case State::Connected:
+            if (revents & (POLLIN | POLLERR | POLLHUP)) ReadInput();
+            if (state_ == State::Connected && (revents & POLLOUT)) FlushOutput();
+            break;
+        case State::Closed:
+        case State::Resolving:
+            break;
+    }
+    DeliverPending();
+}
+
+void SocketCore::FinishConnect() {
+    int error = 0;
+    socklen_t length = sizeof error;
+    if (getsockopt(fd_, SOL_SOCKET, SO_ERROR, &error, &length) < 0) error = errno;
+    if (error == EINPROGRESS) return;
+    if (error != 0) {
+        Fail(SocketError::FromErrno(error));
+        return;
+    }
+    MarkConnected();
+    FlushOutput();
+}
+
+void SocketCore::ReadInput() {
+    std::size_t taken = 0;
+    while (taken < kReadBudget) {
+        const long got = input_.AppendFrom(fd_, kReadPiece);
+        if (got > 0) {
+            taken += static_cast<std::size_t>(got);
+            pendingData_ = true;
+            continue;
+        }
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) break;
+        // The peer has closed, or the connection broke: what was read stays
+        // buffered for DataAvailable, and Error follows it.
+        Fail(got == 0 ? SocketError::LostConnection : SocketError::FromErrno(errno));
+        break;
+    }
+}
+
+void SocketCore::FlushOutput() {
+    bool sent = false;
+    while (!output_.IsEmpty()) {
+        const std::string_view pending = output_.View();
+        const ssize_t n = send(fd_, pending.data(), pending.size(), MSG_NOSIGNAL);
+        if (n > 0) {
+            output_.Drop(static_cast<std::size_t>(n));
+            sent = true;
+        } else if (n < 0 && errno == EINTR) {
+            continue;
+        } else if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+            break;
+        } else {
+            // The peer is gone; the read side reports it as Error.
+            output_.Clear();
+            break;
+        }
+    }
+    if (sent && output_.IsEmpty()) pendingSendComplete_ = true;
+    UpdateInterest();
+}
+
+short SocketCore::Interest() const {
+    switch (state_) {
+        case State::Listening:
+            return POLLIN;
+        case State::Connecting:
+            return POLLOUT;
+        case State::Connected:
+            return static_cast<short>(POLLIN | (output_.IsEmpty() ? 0 : POLLOUT));
+        case State::Closed:
+        case State::Resolving:
+            break;
+    }
+    return 0;
+}
+
+void SocketCore::UpdateInterest() {
+    if (watch_) loop_.SetWatchEvents(*watch_, Interest());
+}
+
+void SocketCore::ScheduleDelivery() {
+    if (deliveryScheduled_) return;
+    deliveryScheduled_ = true;
+    loop_.Post([weak = std::weak_ptr<SocketCore*>(self_)] {
+        if (auto self = weak.lock()) {
+            (*self)->deliveryScheduled_ = false;
+            (*self)->DeliverPending();
+        }
+    });
+}
+
+void SocketCore::DeliverPending() {
+    const std::weak_ptr<SocketCore*> alive = self_;
+    if (pendingConnected_) {
+        pendingConnected_ = false;
+        Deliver(onConnected);
+        if (alive.expired()) return;
+    }
+    if (pendingData_) {
+        pendingData_ = false;
+        Deliver(onDataAvailable);
+        if (alive.expired()) return;
+    }
+    if (pendingSendComplete_) {
+        pendingSendComplete_ = false;
+        Deliver(onSendComplete);
+        if (alive.expired()) return;
+    }
+    if (pendingError_) {
+        pendingError_ = false;
+        Deliver(onError);
+    }
+}
+
+void SocketCore::Deliver(const std::function<void()>& handler) {
+    if (handler) handler();
+}
+
+}  // namespace qv

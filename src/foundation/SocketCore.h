@@ -1,0 +1,103 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "foundation/ByteQueue.h"
+#include "foundation/RunLoop.h"
+#include "foundation/String.h"
+
+namespace qv {
+
+// The machinery that TCPSocket and IPCSocket share: one non-blocking
+// descriptor, buffered input and output, and the events.
+//
+// Event rules that the logic above depends on:
+//  - Events run on the loop's thread, from the run loop or from Poll, one at a
+//    time, in the order Connected, DataAvailable, SendComplete, Error.
+//  - DataAvailable fires when input arrives; input that a handler leaves in the
+//    buffer stays there (Lookahead) until it is read.
+//  - Error is the only sign of a lost connection, and a remote close raises it.
+//    Data that arrived before the close is offered first and stays readable
+//    during Error.
+//  - A local Close raises no Error and drops any event not yet delivered.
+//  - Write queues every byte and never fails visibly, even on a closed socket.
+class SocketCore {
+public:
+    explicit SocketCore(RunLoop& loop);
+    SocketCore(const SocketCore&) = delete;
+    SocketCore& operator=(const SocketCore&) = delete;
+    virtual ~SocketCore();
+
+    std::function<void()> onConnected;
+    std::function<void()> onDataAvailable;
+    std::function<void()> onSendComplete;
+    std::function<void()> onError;
+
+    // Ends the connection, or the attempt to make one.
+    void Close();
+    // Drops buffered input and unsent output.
+    void Purge();
+    // Looks at this socket at once, without waiting, and delivers its due events
+    // before returning. It runs no other socket's events and no timers.
+    void Poll();
+
+    bool IsConnected() const { return state_ == State::Connected; }
+    std::int32_t LastErrorCode() const { return lastErrorCode_; }
+    std::int32_t BytesAvailable() const;
+    std::int32_t BytesLeftToSend() const;
+
+    String Read(std::int32_t count);
+    String ReadAll();
+    String Lookahead() const;
+    void Write(const String& data);
+
+protected:
+    enum class State { Closed, Resolving, Listening, Connecting, Connected };
+
+    RunLoop& Loop() const { return loop_; }
+    State GetState() const { return state_; }
+    // Starts watching `fd`, which this object now owns.
+    void Adopt(int fd, State state);
+    // Records a failure; the Error event follows from the loop or from Poll.
+    void Fail(std::int32_t code);
+    // Marks the connection as made; the Connected event follows.
+    void MarkConnected();
+    void SetResolving() { state_ = State::Resolving; }
+    // Subclasses hook in here when the listening descriptor becomes readable.
+    virtual void AcceptPending() {}
+    // Subclasses drop their own in-progress work (a lookup, a listener) here.
+    virtual void OnClose() {}
+    void CloseDescriptor();
+    int Descriptor() const { return fd_; }
+    void ScheduleDelivery();
+
+private:
+    void Service(short revents);
+    void FinishConnect();
+    void ReadInput();
+    void FlushOutput();
+    short Interest() const;
+    void UpdateInterest();
+    void DeliverPending();
+    void Deliver(const std::function<void()>& handler);
+
+    RunLoop& loop_;
+    int fd_ = -1;
+    State state_ = State::Closed;
+    std::optional<RunLoop::WatchId> watch_;
+    ByteQueue input_;
+    ByteQueue output_;
+    std::int32_t lastErrorCode_ = 0;
+    bool pendingConnected_ = false;
+    bool pendingData_ = false;
+    bool pendingSendComplete_ = false;
+    bool pendingError_ = false;
+    bool deliveryScheduled_ = false;
+    // Lets a deferred delivery see that this object has gone.
+    std::shared_ptr<SocketCore*> self_;
+};
+
+}  // namespace qv

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <sys/socket.h>
+
+#include <cstdint>
+#include <memory>
+
+#include "foundation/Resolver.h"
+#include "foundation/SocketCore.h"
+
+namespace qv {
+
+// A TCP client socket. Connect returns at once: the name lookup (c-ares) and
+// the connect both run under the loop, and Connected or Error follows.
+class TCPSocket : public SocketCore {
+public:
+    explicit TCPSocket(RunLoop& loop);
+    ~TCPSocket() override;
+
+    const String& Address() const { return address_; }
+    void SetAddress(const String& address) { address_ = address; }
+    // Reads back what was set; 0 means none.
+    std::int32_t Port() const { return port_; }
+    void SetPort(std::int32_t port) { port_ = port; }
+
+    // Connects to Address and Port, ending any connection or attempt before.
+    void Connect();
+
+protected:
+    void OnClose() override;
+
+private:
+    void StartConnect(const sockaddr* address, socklen_t length);
+
+    String address_;
+    std::int32_t port_ = 0;
+    std::unique_ptr<Resolver> resolver_;
+};
+
+}  // namespace qv

@@ -1,0 +1,41 @@
+#include "foundation/Timer.h"
+
+#include <algorithm>
+
+namespace qv {
+
+Timer::Timer(RunLoop& loop) : loop_(loop) {}
+
+Timer::~Timer() {
+    if (pending_) loop_.CancelTimer(*pending_);
+}
+
+void Timer::SetMode(std::int32_t mode) {
+    if (pending_) loop_.CancelTimer(*pending_);
+    pending_.reset();
+    mode_ = (mode == ModeSingle || mode == ModeMultiple) ? mode : ModeOff;
+    if (mode_ != ModeOff) Schedule(loop_.GetClock().Now() + PeriodDuration());
+}
+
+Duration Timer::PeriodDuration() const { return std::chrono::milliseconds(std::max<std::int32_t>(period_, 1)); }
+
+void Timer::Schedule(Duration due) {
+    pending_ = loop_.AddTimer(due, [this, due] { Fire(due); });
+}
+
+void Timer::Fire(Duration due) {
+    pending_.reset();
+    if (mode_ == ModeSingle) {
+        mode_ = ModeOff;
+    } else {
+        // Keep to the original beat; periods missed while a handler ran long
+        // are dropped rather than fired in a burst.
+        const Duration now = loop_.GetClock().Now();
+        Duration next = due + PeriodDuration();
+        if (next <= now) next = now + PeriodDuration();
+        Schedule(next);
+    }
+    if (onAction) onAction();
+}
+
+}  // namespace qv

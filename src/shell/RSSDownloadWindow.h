@@ -1,0 +1,126 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "channel/CommandQueueItemClass.h"
+#include "foundation/ByteQueue.h"
+#include "foundation/Clock.h"
+#include "foundation/Exceptions.h"
+#include "foundation/IPCSocket.h"
+#include "foundation/RunLoop.h"
+#include "foundation/String.h"
+#include "foundation/TCPSocket.h"
+#include "foundation/Timer.h"
+#include "shell/Control.h"
+#include "shell/EditField.h"
+#include "shell/WindowView.h"
+
+namespace qv {
+
+// The one window of the assistant: the holder of all state and of every
+// method of its logic. The methods are defined in the folder of their
+// subsystem (shell, channel, ...); this header is shared by all of them.
+//
+// Controls are reached by name at each use, as the logic has always done, and
+// a missing one raises NilObjectException there.
+class RSSDownloadWindow {
+public:
+    // The controls' own classes add only what ties a control to its window.
+    class QVIPCSocket final : public IPCSocket, public Control {
+    public:
+        using IPCSocket::IPCSocket;
+    };
+    class RSSTCPSocket final : public TCPSocket, public Control {
+    public:
+        using TCPSocket::TCPSocket;
+    };
+    class MinimizeTimer final : public Timer, public Control {
+    public:
+        using Timer::Timer;
+    };
+    class SocketTimeoutTimer final : public Timer, public Control {
+    public:
+        using Timer::Timer;
+    };
+    class CommandDispatchTimer final : public Timer, public Control {
+    public:
+        using Timer::Timer;
+    };
+
+    // Builds the window and opens it: Layout, CreateControls, Event_Open.
+    RSSDownloadWindow(RunLoop& loop, Clock& clock, WindowView& view, String channelPath);
+    RSSDownloadWindow(const RSSDownloadWindow&) = delete;
+    RSSDownloadWindow& operator=(const RSSDownloadWindow&) = delete;
+    virtual ~RSSDownloadWindow();
+
+    // Properties, in their order.
+    String CR;
+    String CommandStr;
+    String LF;
+    String CRLF;
+    String InputURL;
+    bool isHeadersOnlyRequest = false;  // declared and never used
+    String SrcFileInfoMD5;
+    std::int64_t AmountTransferred = 0;
+    std::int64_t SizeDivider = 0;
+    std::int32_t StartTicks = 0;
+    bool isKillCopyInProgress = false;
+    ByteQueue QVIPCBuffer;
+    bool isFileCopyInProgress = false;
+    std::int64_t TotalSize = 0;
+    std::vector<std::shared_ptr<CommandQueueItemClass>> CommandQueueItemArray;
+    bool isCommandInProgress = false;
+
+    // The window itself.
+    bool Visible() const { return view_.Visible(); }
+    void Hide() { view_.Hide(); }
+    void Show() { view_.Show(); }
+
+    // Looks a control up by name with a checked cast; nil raises NilObjectException.
+    template <class T>
+    T& ControlNamed(std::string_view name) const {
+        auto* control = dynamic_cast<T*>(RuntimeWindowControlByName(name));
+        if (!control) throw NilObjectException();
+        return *control;
+    }
+    Control* RuntimeWindowControlByName(std::string_view name) const;
+
+    // Start-up (shell).
+    virtual void Layout();
+    virtual void CreateControls();
+    virtual void _CreateControls0();
+    virtual void Event_Open();
+    virtual void MinimizeTimer_Action();
+
+    // Activity log (shell).
+    virtual void writeInputField(const String& text);
+
+    // Channel endpoint (channel).
+    virtual void QVIPCSocket_Connected();
+    virtual void QVIPCSocket_DataAvailable();
+    virtual void QVIPCSocket_Error();
+
+    // Command queue and interpreter (channel).
+    virtual void CommandDispatchTimer_Action();
+    virtual void doNextCommand();
+    virtual void processCommand(const String& text);
+
+    // Ends the process with `code`; never returns to its caller.
+    [[noreturn]] void Quit(std::int32_t code);
+
+private:
+    template <class T>
+    T& AddControl(const char* name, std::unique_ptr<T> control);
+
+    RunLoop& loop_;
+    Clock& clock_;
+    WindowView& view_;
+    const String channelPath_;
+    std::vector<std::pair<String, std::unique_ptr<Control>>> controls_;
+};
+
+}  // namespace qv

@@ -1,0 +1,2 @@
+#include "shell/App.h"
+int main() { return qv::RunApp(); }

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+#include "foundation/Clock.h"
+#include "foundation/RunLoop.h"
+
+namespace qv::test {
+
+// Moves a manual clock forward to `until`, stopping at every timer due on the
+// way, so timers fire in order exactly as they would have in real time.
+void AdvanceTo(RunLoop& loop, ManualClock& clock, Duration until);
+inline void AdvanceBy(RunLoop& loop, ManualClock& clock, Duration by) { AdvanceTo(loop, clock, clock.Now() + by); }
+
+// Runs passes until `done` holds, waiting for descriptors at most `limit` of
+// real time in all; false if it never held.
+bool RunUntil(RunLoop& loop, const std::function<bool()>& done,
+              std::chrono::milliseconds limit = std::chrono::milliseconds(3000));
+
+}  // namespace qv::test
