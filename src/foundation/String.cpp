@@ -6,10 +6,6 @@ namespace qv {
 
 namespace {
 
-char FoldCase(char c) {
-    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 Encoding Joined(Encoding left, Encoding right) {
     return (left == Encoding::UTF8 || right == Encoding::UTF8) ? Encoding::UTF8 : Encoding::None;
 }
@@ -42,11 +38,14 @@ String operator+(const String& left, const String& right) {
     return String(std::move(joined), encoding);
 }
 
+bool EqualIgnoringCase(std::string_view left, std::string_view right) {
+    return left.size() == right.size() &&
+           std::equal(left.begin(), left.end(), right.begin(),
+                      [](char x, char y) { return FoldCase(x) == FoldCase(y); });
+}
+
 bool SameText(const String& left, const String& right) {
-    const std::string_view a = left.Bytes();
-    const std::string_view b = right.Bytes();
-    return a.size() == b.size() &&
-           std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return FoldCase(x) == FoldCase(y); });
+    return EqualIgnoringCase(left.Bytes(), right.Bytes());
 }
 
 void StringBuilder::Append(const String& text) {

@@ -44,6 +44,15 @@ private:
 // Joins two strings. The result is UTF-8-marked when either side is.
 String operator+(const String& left, const String& right);
 
+// The system's one letter-case rule: ASCII letters fold, every other byte stands
+// for itself, so UTF-8 text and binary data compare byte for byte.
+inline char FoldCase(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+// Bytes compared under FoldCase; the searches of the text functions use it too.
+bool EqualIgnoringCase(std::string_view left, std::string_view right);
+
 // The system's string equality: bytes compared with ASCII letter case ignored.
 bool SameText(const String& left, const String& right);
 
