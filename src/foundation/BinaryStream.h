@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+
+#include "foundation/String.h"
+
+namespace qv {
+
+class FolderItem;
+
+// An open file, read and written straight through read(2) and write(2) with no
+// buffer of its own: the copy moves 2 MiB chunks, and a second buffer would only
+// copy them again. Failures are never exceptions; a read gives what it got and a
+// write that fails is dropped, since callers judge a copy by its result alone.
+// The descriptor is closed by Close or when the last reference goes.
+class BinaryStream {
+public:
+    ~BinaryStream();
+    BinaryStream(const BinaryStream&) = delete;
+    BinaryStream& operator=(const BinaryStream&) = delete;
+
+    // Up to count bytes from the current position, without an encoding mark;
+    // fewer at the end of the file or after a failure.
+    String Read(std::int32_t count);
+    // All the bytes at the current position. A read-only stream writes nothing.
+    void Write(const String& data);
+
+    // True when the position is at or past the file's current end. The end is
+    // asked of the file each time, so a file that grows makes this false again.
+    // Named EndOfFile rather than EOF, which the C library defines as a macro.
+    bool EndOfFile() const;
+    std::uint64_t Position() const { return position_; }
+
+    // Idempotent. A closed stream reads nothing, writes nothing and is at its end.
+    void Close();
+
+private:
+    friend class FolderItem;
+    explicit BinaryStream(int descriptor) : descriptor_(descriptor) {}
+
+    int descriptor_;
+    std::uint64_t position_ = 0;
+};
+
+}  // namespace qv

@@ -1,0 +1,118 @@
+#include "foundation/FolderItem.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace qv {
+
+namespace {
+
+bool HoldsNul(std::string_view text) {
+    return text.find('\0') != std::string_view::npos;
+}
+
+// Strips trailing "/" but leaves a path made only of "/" as the root.
+std::string WithoutTrailingSlashes(std::string_view path) {
+    const std::size_t last = path.find_last_not_of('/');
+    if (last == std::string_view::npos) return path.empty() ? std::string() : std::string("/");
+    return std::string(path.substr(0, last + 1));
+}
+
+}  // namespace
+
+std::shared_ptr<FolderItem> FolderItem::Make(std::string path) {
+    // The constructor is private, so make_shared cannot reach it.
+    return std::shared_ptr<FolderItem>(new FolderItem(std::move(path)));
+}
+
+std::shared_ptr<FolderItem> GetFolderItem(const String& path, std::int32_t /*format*/) {
+    if (path.IsEmpty() || HoldsNul(path.Bytes())) return nullptr;
+    return FolderItem::Make(WithoutTrailingSlashes(path.Bytes()));
+}
+
+bool FolderItem::Exists() const {
+    struct stat status {};
+    return ::lstat(path_.c_str(), &status) == 0;
+}
+
+bool FolderItem::Directory() const {
+    struct stat status {};
+    return ::stat(path_.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+std::uint64_t FolderItem::Length() const {
+    struct stat status {};
+    if (::stat(path_.c_str(), &status) != 0 || S_ISDIR(status.st_mode)) return 0;
+    return static_cast<std::uint64_t>(status.st_size);
+}
+
+String FolderItem::Name() const {
+    if (path_ == "/") return String(path_);
+    const std::size_t slash = path_.rfind('/');
+    return String(slash == std::string::npos ? path_ : path_.substr(slash + 1));
+}
+
+std::shared_ptr<FolderItem> FolderItem::Parent() const {
+    if (path_ == "/" || path_ == "." || path_ == "..") return nullptr;
+    const std::size_t slash = path_.rfind('/');
+    if (slash == std::string::npos) return Make(".");
+    // "a//b" has the parent "a"; "/a" has the root.
+    return Make(WithoutTrailingSlashes(std::string_view(path_).substr(0, slash + 1)));
+}
+
+std::shared_ptr<FolderItem> FolderItem::Child(const String& name) const {
+    const std::string_view component = name.Bytes();
+    if (component.empty() || HoldsNul(component) || component.find('/') != std::string_view::npos) {
+        return nullptr;
+    }
+    std::string joined = path_;
+    if (joined != "/") joined += '/';
+    joined += component;
+    return Make(std::move(joined));
+}
+
+void FolderItem::CreateAsFolder() const {
+    ::mkdir(path_.c_str(), 0777);
+}
+
+void FolderItem::Delete() const {
+    struct stat status {};
+    if (::lstat(path_.c_str(), &status) != 0) return;
+    if (S_ISDIR(status.st_mode)) {
+        ::rmdir(path_.c_str());
+    } else {
+        ::unlink(path_.c_str());
+    }
+}
+
+std::shared_ptr<BinaryStream> FolderItem::Open(int flags) const {
+    int descriptor;
+    do {
+        descriptor = ::open(path_.c_str(), flags | O_CLOEXEC, 0666);
+    } while (descriptor < 0 && errno == EINTR);
+    if (descriptor < 0) return nullptr;
+    // A read-only open of a folder succeeds; a folder is no file to stream.
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0 || S_ISDIR(status.st_mode)) {
+        ::close(descriptor);
+        return nullptr;
+    }
+    return std::shared_ptr<BinaryStream>(new BinaryStream(descriptor));
+}
+
+std::shared_ptr<BinaryStream> FolderItem::OpenAsBinaryFile(bool writeable) const {
+    return Open(writeable ? O_RDWR : O_RDONLY);
+}
+
+std::shared_ptr<BinaryStream> FolderItem::CreateBinaryFile(const String& /*type*/) const {
+    return Open(O_WRONLY | O_CREAT | O_TRUNC);
+}
+
+std::shared_ptr<BinaryStream> FolderItem::CreateTextFile() const {
+    return Open(O_WRONLY | O_CREAT | O_TRUNC);
+}
+
+}  // namespace qv
