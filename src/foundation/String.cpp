@@ -12,7 +12,8 @@ Encoding Joined(Encoding left, Encoding right) {
 
 }  // namespace
 
-String::String(const char* literal) : String(std::string_view(literal ? literal : "")) {}
+String::String(const char* literal, Encoding encoding)
+    : String(std::string_view(literal ? literal : ""), encoding) {}
 
 String::String(std::string_view bytes, Encoding encoding) : encoding_(encoding) {
     if (!bytes.empty()) bytes_ = std::make_shared<const std::string>(bytes);

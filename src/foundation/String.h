@@ -24,7 +24,7 @@ enum class Encoding : std::uint8_t { None, UTF8 };
 class String {
 public:
     String() = default;
-    String(const char* literal);  // NOLINT(google-explicit-constructor): literals read naturally.
+    String(const char* literal, Encoding encoding = Encoding::None);  // NOLINT: literals read naturally.
     String(std::string_view bytes, Encoding encoding = Encoding::None);
     explicit String(std::string&& bytes, Encoding encoding = Encoding::None);
 
