@@ -1,0 +1,33 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+
+namespace qv::test {
+
+// The real assistant binary, started with its standard error on a pipe.
+class AssistantProcess {
+public:
+    AssistantProcess();
+    ~AssistantProcess();  // terminates a process still running
+    AssistantProcess(const AssistantProcess&) = delete;
+    AssistantProcess& operator=(const AssistantProcess&) = delete;
+
+    // True once `text` has appeared on standard error within `limitMs`.
+    bool WaitForOutput(const std::string& text, int limitMs = 5000);
+    // The raw wait status once it has ended within `limitMs`.
+    std::optional<int> WaitForExit(int limitMs);
+    // Sends SIGTERM and waits for the end.
+    std::optional<int> Terminate();
+    const std::string& Output() const { return output_; }
+
+private:
+    pid_t pid_ = -1;
+    int stderr_ = -1;
+    std::string output_;
+    std::optional<int> status_;
+};
+
+}  // namespace qv::test
