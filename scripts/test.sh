@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Builds and runs every test on a fresh Debian machine: once in a plain build,
+# and once more with AddressSanitizer and UndefinedBehaviorSanitizer, where any
+# report fails the run.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/setup.sh
+jobs=$(nproc)
+
+run_suite() {
+  local dir=$1
+  shift
+  cmake -S . -B "$dir" -G Ninja "$@" >/dev/null
+  cmake --build "$dir"
+  ctest --test-dir "$dir" --output-on-failure -j "$jobs"
+}
+
+echo "== Plain build"
+run_suite build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+
+echo "== Sanitizer build (ASan + UBSan)"
+export ASAN_OPTIONS=halt_on_error=1:abort_on_error=1:detect_leaks=1
+export UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1
+run_suite build-sanitize -DCMAKE_BUILD_TYPE=Debug -DQV_SANITIZE=ON
