@@ -3,13 +3,8 @@
 #include <syslog.h>
 
 #include <csignal>
-#include <cstdio>
 
-#include "foundation/Clock.h"
 #include "foundation/DebugLog.h"
-#include "foundation/RunLoop.h"
-#include "shell/HeadlessView.h"
-#include "shell/QuitOnSignal.h"
 #include "shell/RSSDownloadWindow.h"
 
 namespace qv {
@@ -20,23 +15,23 @@ constexpr const char* kChannelPath = "/tmp/qvipc";
 
 }  // namespace
 
-int RunApp() {
+App::App() {
     openlog("QVAssistant", LOG_PID, LOG_USER);
     // A peer that vanishes mid-write must end in an Error event, not a signal.
     std::signal(SIGPIPE, SIG_IGN);
+}
 
-    SystemClock clock;
-    RunLoop loop(clock);
-    QuitOnSignal quitOnSignal(loop);
-    HeadlessView view(stderr);
+App::~App() { closelog(); }
+
+int App::Run() {
     try {
-        RSSDownloadWindow window(loop, clock, view, kChannelPath);
-        loop.Run();
+        RSSDownloadWindow window(loop_, clock_, view_, kChannelPath);
+        loop_.Run();
     } catch (...) {
-        System::DebugLogUnhandled(std::current_exception());  // the last resort of start-up
+        // The last resort for start-up: logged, and the process ends as usual.
+        System::DebugLogUnhandled(std::current_exception());
     }
-    closelog();
-    return loop.ExitStatus();
+    return loop_.ExitStatus();
 }
 
 }  // namespace qv

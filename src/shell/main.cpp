@@ -1,2 +1,7 @@
 #include "shell/App.h"
-int main() { return qv::RunApp(); }
+
+// Takes no arguments: the assistant has nothing to configure.
+int main() {
+    qv::App app;
+    return app.Run();
+}
