@@ -77,16 +77,7 @@ void IPCSocket::Connect() {
         Fail(SocketError::FromErrno(errno));
         return;
     }
-    if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
-        Adopt(fd, State::Connected);
-        MarkConnected();
-    } else if (errno == EINPROGRESS || errno == EAGAIN) {
-        Adopt(fd, State::Connecting);
-    } else {
-        const int error = errno;
-        close(fd);
-        Fail(SocketError::FromErrno(error));
-    }
+    StartConnecting(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
 }
 
 }  // namespace qv

@@ -98,6 +98,19 @@ void SocketCore::Adopt(int fd, State state) {
     UpdateInterest();
 }
 
+void SocketCore::StartConnecting(int fd, const sockaddr* address, socklen_t length) {
+    if (connect(fd, address, length) == 0) {
+        Adopt(fd, State::Connected);
+        MarkConnected();
+    } else if (errno == EINPROGRESS || errno == EAGAIN) {
+        Adopt(fd, State::Connecting);
+    } else {
+        const int error = errno;
+        close(fd);
+        Fail(SocketError::FromErrno(error));
+    }
+}
+
 void SocketCore::Fail(std::int32_t code) {
     CloseDescriptor();
     lastErrorCode_ = code;

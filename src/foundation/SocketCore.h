@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/socket.h>
+
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -61,6 +63,9 @@ protected:
     State GetState() const { return state_; }
     // Starts watching `fd`, which this object now owns.
     void Adopt(int fd, State state);
+    // Starts a non-blocking connect of the new descriptor `fd` (owned from here
+    // on) to `address`; Connected or Error follows.
+    void StartConnecting(int fd, const sockaddr* address, socklen_t length);
     // Records a failure; the Error event follows from the loop or from Poll.
     void Fail(std::int32_t code);
     // Marks the connection as made; the Connected event follows.

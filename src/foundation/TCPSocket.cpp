@@ -2,7 +2,6 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -64,16 +63,7 @@ void TCPSocket::StartConnect(const sockaddr* address, socklen_t length) {
         Fail(SocketError::FromErrno(errno));
         return;
     }
-    if (connect(fd, reinterpret_cast<const sockaddr*>(&target), length) == 0) {
-        Adopt(fd, State::Connected);
-        MarkConnected();
-    } else if (errno == EINPROGRESS) {
-        Adopt(fd, State::Connecting);
-    } else {
-        const int error = errno;
-        close(fd);
-        Fail(SocketError::FromErrno(error));
-    }
+    StartConnecting(fd, reinterpret_cast<const sockaddr*>(&target), length);
 }
 
 }  // namespace qv
