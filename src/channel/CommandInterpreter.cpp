@@ -6,9 +6,33 @@ namespace qv {
 void RSSDownloadWindow::processCommand(const String& text) {
     isCommandInProgress = true;
     if (Len(text) < 1) return;  // never reached: the queue holds no empty text
-    // A word that names no command ends at once, with no reply and no log line,
-    // so the next command starts at the next tick.
-    isCommandInProgress = false;
+
+    if (SameText(CommandStr, "CopyFileAbort")) {
+        if (!isFileCopyInProgress) {
+            // Names the copy last requested, long finished or never made.
+            RSSSendCommand("Response: CopyFile" + CRLF + "SrcFileInfoMD5: " + SrcFileInfoMD5 + CRLF + "Status: Abort" + CRLF,
+                           0);
+            isCommandInProgress = false;
+        } else {
+            isKillCopyInProgress = true;  // the copy ends the command
+        }
+    } else if (SameText(CommandStr, "Status")) {
+        RSSSendCommand("Response: Status" + CRLF + "Status: Ready" + CRLF, 0);
+        writeInputField("Status OK...");
+        // A status request also puts away a window that Show brought up.
+        if (Visible()) Hide();
+        isCommandInProgress = false;
+    } else if (SameText(CommandStr, "Hide")) {
+        Hide();
+        isCommandInProgress = false;
+    } else if (SameText(CommandStr, "Show")) {
+        Show();
+        isCommandInProgress = false;
+    } else {
+        // A word that names no command ends at once, with no reply and no log
+        // line, so the next command starts at the next tick.
+        isCommandInProgress = false;
+    }
 }
 
 }  // namespace qv

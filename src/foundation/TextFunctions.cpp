@@ -81,12 +81,42 @@ String Cut(const String& text, bool characters, std::int32_t start, std::size_t 
     return Slice(text, from, SkipForward(bytes, characters, from, length));
 }
 
+// Calls visit(from, to) with the byte range of each field in order, until it
+// returns false or the last field has been visited.
+template <class Visit>
+void ForEachField(std::string_view text, std::string_view separator, Visit visit) {
+    for (std::size_t from = 0;;) {
+        const std::size_t at = FindIgnoringCase(text, separator, from);
+        if (!visit(from, at == kNotFound ? text.size() : at) || at == kNotFound) return;
+        from = at + separator.size();
+    }
+}
+
+// The code point of a well-formed UTF-8 sequence at the start of `bytes`.
+std::optional<std::int32_t> DecodeFirst(std::string_view bytes) {
+    const auto lead = static_cast<unsigned char>(bytes[0]);
+    if (lead < 0x80) return lead;
+    const std::size_t length = lead < 0xC0 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF8 ? 4 : 0;
+    if (length == 0 || bytes.size() < length) return std::nullopt;
+    static constexpr std::int32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+    std::int32_t code = lead & (0x7F >> length);
+    for (std::size_t i = 1; i < length; ++i) {
+        if (!IsContinuation(bytes[i])) return std::nullopt;
+        code = (code << 6) | (static_cast<unsigned char>(bytes[i]) & 0x3F);
+    }
+    // Overlong forms, surrogates and codes beyond Unicode are malformed too.
+    if (code < kLeast[length] || code > 0x10FFFF || IsSurrogate(code)) return std::nullopt;
+    return code;
+}
+
+}  // namespace
+
 // Byte offset of the first occurrence of `find` at or after `from`, ignoring
 // ASCII letter case; kNotFound when there is none or `find` is empty. memchr
 // scans for each case of the first byte and only its hits are compared, so the
 // cost stays linear in the text for the short search texts the system uses, and
 // nothing is allocated.
-std::size_t Find(std::string_view text, std::string_view find, std::size_t from) {
+std::size_t FindIgnoringCase(std::string_view text, std::string_view find, std::size_t from) {
     if (find.empty() || find.size() > text.size() || from > text.size() - find.size()) return kNotFound;
     const char* const limit = text.data() + (text.size() - find.size() + 1);
     const auto next = [limit](const char* at, char c) {
@@ -111,36 +141,6 @@ std::size_t Find(std::string_view text, std::string_view find, std::size_t from)
         }
     }
 }
-
-// Calls visit(from, to) with the byte range of each field in order, until it
-// returns false or the last field has been visited.
-template <class Visit>
-void ForEachField(std::string_view text, std::string_view separator, Visit visit) {
-    for (std::size_t from = 0;;) {
-        const std::size_t at = Find(text, separator, from);
-        if (!visit(from, at == kNotFound ? text.size() : at) || at == kNotFound) return;
-        from = at + separator.size();
-    }
-}
-
-// The code point of a well-formed UTF-8 sequence at the start of `bytes`.
-std::optional<std::int32_t> DecodeFirst(std::string_view bytes) {
-    const auto lead = static_cast<unsigned char>(bytes[0]);
-    if (lead < 0x80) return lead;
-    const std::size_t length = lead < 0xC0 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF8 ? 4 : 0;
-    if (length == 0 || bytes.size() < length) return std::nullopt;
-    static constexpr std::int32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
-    std::int32_t code = lead & (0x7F >> length);
-    for (std::size_t i = 1; i < length; ++i) {
-        if (!IsContinuation(bytes[i])) return std::nullopt;
-        code = (code << 6) | (static_cast<unsigned char>(bytes[i]) & 0x3F);
-    }
-    // Overlong forms, surrogates and codes beyond Unicode are malformed too.
-    if (code < kLeast[length] || code > 0x10FFFF || IsSurrogate(code)) return std::nullopt;
-    return code;
-}
-
-}  // namespace
 
 std::int32_t Len(const String& text) {
     return ToInt32(CountsCharacters(text) ? CountCharacters(text.Bytes()) : text.Size());
@@ -177,7 +177,7 @@ String MidB(const String& bytes, std::int32_t start, std::int32_t length) {
 std::int32_t InStr(std::int32_t start, const String& text, const String& find) {
     const std::string_view bytes = text.Bytes();
     const bool characters = CountsCharacters(text);
-    const std::size_t at = Find(bytes, find.Bytes(), SkipForward(bytes, characters, 0, Skipped(start)));
+    const std::size_t at = FindIgnoringCase(bytes, find.Bytes(), SkipForward(bytes, characters, 0, Skipped(start)));
     if (at == kNotFound) return 0;
     // The character that holds the match's first byte.
     return ToInt32(characters ? CountCharacters(bytes.substr(0, at + 1)) : at + 1);
@@ -214,11 +214,11 @@ std::vector<String> Split(const String& text, const String& separator) {
 
 String ReplaceAll(const String& text, const String& find, const String& replacement) {
     const std::string_view bytes = text.Bytes();
-    std::size_t at = Find(bytes, find.Bytes(), 0);
+    std::size_t at = FindIgnoringCase(bytes, find.Bytes(), 0);
     if (at == kNotFound) return text;
     StringBuilder result;
     std::size_t from = 0;
-    for (; at != kNotFound; at = Find(bytes, find.Bytes(), from)) {
+    for (; at != kNotFound; at = FindIgnoringCase(bytes, find.Bytes(), from)) {
         result.Append(bytes.substr(from, at - from));
         result.Append(replacement);
         from = at + find.Size();

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 #include "foundation/NumberText.h"
@@ -42,6 +44,11 @@ String MidB(const String& bytes, std::int32_t start, std::int32_t length);
 // `start` (0 and 1 both mean the first), or 0 when there is none. An empty
 // `find` gives 0. Linear in the text, whatever its size.
 std::int32_t InStr(std::int32_t start, const String& text, const String& find);
+
+// The byte-level search under InStr, for callers that scan a large buffer in
+// place: the offset of the first `find` at or after byte `from`, ignoring ASCII
+// letter case, or std::string_view::npos (also for an empty `find`).
+std::size_t FindIgnoringCase(std::string_view text, std::string_view find, std::size_t from = 0);
 
 // Fields are the texts between separators. A string without a separator,
 // including the empty string, is one field; so is every string under an empty

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "channel/CommandQueueItemClass.h"
-#include "foundation/ByteQueue.h"
+#include "channel/Frame.h"
 #include "foundation/Clock.h"
 #include "foundation/Exceptions.h"
 #include "foundation/IPCSocket.h"
@@ -69,7 +69,7 @@ public:
     std::int64_t SizeDivider = 0;
     std::int32_t StartTicks = 0;
     bool isKillCopyInProgress = false;
-    ByteQueue QVIPCBuffer;
+    FrameBuffer QVIPCBuffer;
     bool isFileCopyInProgress = false;
     std::int64_t TotalSize = 0;
     std::vector<std::shared_ptr<CommandQueueItemClass>> CommandQueueItemArray;
@@ -99,10 +99,12 @@ public:
     // Activity log (shell).
     virtual void writeInputField(const String& text);
 
-    // Channel endpoint (channel).
+    // Channel endpoint and wire protocol (channel).
     virtual void QVIPCSocket_Connected();
     virtual void QVIPCSocket_DataAvailable();
     virtual void QVIPCSocket_Error();
+    virtual void RSSSendCommand(const String& text, std::int32_t errorCode);
+    virtual String getCRFieldFromString(const String& fieldName, const String& text, bool& notFound);
 
     // Command queue and interpreter (channel).
     virtual void CommandDispatchTimer_Action();
