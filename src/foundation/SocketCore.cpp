@@ -67,27 +67,14 @@ String SocketCore::Lookahead() const { return String(input_.View()); }
 void SocketCore::Write(const String& data) {
     if (data.IsEmpty()) return;
     if (state_ == State::Connected && output_.IsEmpty()) {
-        // Nothing queued ahead: send from the caller's bytes and queue only the rest.
-        std::string_view rest = data.Bytes();
-        while (!rest.empty()) {
-            const ssize_t sent = send(fd_, rest.data(), rest.size(), MSG_NOSIGNAL);
-            if (sent > 0) {
-                rest.remove_prefix(static_cast<std::size_t>(sent));
-            } else if (sent < 0 && errno == EINTR) {
-                continue;
-            } else {
-                break;
-            }
-        }
-        if (rest.empty()) {
-            pendingSendComplete_ = true;
-            ScheduleDelivery();
-        }
-        output_.Append(rest);
+        // Nothing queued ahead: send at once, and queue only what did not fit.
+        output_.Push(data);
+        FlushOutput();
+        if (pendingSendComplete_) ScheduleDelivery();
     } else if (state_ == State::Connected || state_ == State::Connecting || state_ == State::Resolving) {
-        output_.Append(data.Bytes());
+        output_.Push(data);
+        UpdateInterest();
     }
-    UpdateInterest();
 }
 
 void SocketCore::Adopt(int fd, State state) {
@@ -186,7 +173,7 @@ void SocketCore::ReadInput() {
 void SocketCore::FlushOutput() {
     bool sent = false;
     while (!output_.IsEmpty()) {
-        const std::string_view pending = output_.View();
+        const std::string_view pending = output_.Front();
         const ssize_t n = send(fd_, pending.data(), pending.size(), MSG_NOSIGNAL);
         if (n > 0) {
             output_.Drop(static_cast<std::size_t>(n));

@@ -9,6 +9,7 @@
 
 #include "foundation/ByteQueue.h"
 #include "foundation/RunLoop.h"
+#include "foundation/SendQueue.h"
 #include "foundation/String.h"
 
 namespace qv {
@@ -94,7 +95,7 @@ private:
     State state_ = State::Closed;
     std::optional<RunLoop::WatchId> watch_;
     ByteQueue input_;
-    ByteQueue output_;
+    SendQueue output_;
     std::int32_t lastErrorCode_ = 0;
     bool pendingConnected_ = false;
     bool pendingData_ = false;
