@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <iterator>
+#include <limits>
 #include <string>
 #include <string_view>
 
@@ -75,6 +76,21 @@ std::string DecimalDigits(std::uint64_t value, std::size_t width) {
 }
 
 }  // namespace
+
+namespace {
+
+template <class Int>
+Int CutToInteger(double value) {
+    if (std::isnan(value)) return 0;
+    if (value <= static_cast<double>(std::numeric_limits<Int>::min())) return std::numeric_limits<Int>::min();
+    if (value >= static_cast<double>(std::numeric_limits<Int>::max())) return std::numeric_limits<Int>::max();
+    return static_cast<Int>(value);
+}
+
+}  // namespace
+
+std::int32_t CvtReal64ToSInt32(double value) { return CutToInteger<std::int32_t>(value); }
+std::int64_t CvtReal64ToSInt64(double value) { return CutToInteger<std::int64_t>(value); }
 
 String Str(std::int32_t value) {
     char buffer[16];

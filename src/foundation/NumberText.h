@@ -8,6 +8,12 @@
 // is always "." and there is never a thousands separator.
 namespace qv {
 
+// A 64-bit float cut to an integer, as the runtime converts: the fraction is
+// dropped, NaN gives 0, and a value beyond the range gives its nearer end
+// rather than undefined behaviour.
+std::int32_t CvtReal64ToSInt32(double value);
+std::int64_t CvtReal64ToSInt64(double value);
+
 // Decimal digits, "-" ahead of a negative value.
 String Str(std::int32_t value);
 

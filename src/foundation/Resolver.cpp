@@ -3,8 +3,10 @@
 #include <ares.h>
 #include <poll.h>
 
+#include <algorithm>
 #include <cstring>
 #include <mutex>
+#include <vector>
 
 namespace qv {
 
@@ -50,44 +52,65 @@ Resolver::~Resolver() {
 void Resolver::Lookup(const std::string& host, Done done) {
     Cancel();
     done_ = std::move(done);
-    const std::uint64_t generation = generation_;
     if (!channel_) {
-        loop_.Post([weak = std::weak_ptr<Resolver*>(self_), generation] {
-            auto self = weak.lock();
-            if (self && (*self)->generation_ == generation) (*self)->done_(nullptr, 0);
+        result_ = Result{generation_, {}, 0};
+        loop_.Post([weak = std::weak_ptr<Resolver*>(self_)] {
+            if (auto self = weak.lock()) (*self)->DeliverResult();
         });
         return;
     }
     ares_addrinfo_hints hints{};
     hints.ai_family = AF_UNSPEC;
     hints.ai_socktype = SOCK_STREAM;
-    ares_getaddrinfo(channel_, host.c_str(), nullptr, &hints, OnResult, new Request{self_, generation});
+    ares_getaddrinfo(channel_, host.c_str(), nullptr, &hints, OnResult, new Request{self_, generation_});
     RescheduleTimeout();
 }
 
 void Resolver::Cancel() {
     ++generation_;
     done_ = nullptr;
+    result_.reset();
+}
+
+void Resolver::Poll() {
+    std::vector<pollfd> fds;
+    for (const auto& [fd, watch] : watches_) fds.push_back(pollfd{fd, POLLIN | POLLOUT, 0});
+    if (!fds.empty() && poll(fds.data(), fds.size(), 0) > 0) {
+        for (const pollfd& fd : fds) {
+            if (fd.revents == 0) continue;
+            const bool readable = fd.revents & (POLLIN | POLLERR | POLLHUP);
+            const bool writable = fd.revents & POLLOUT;
+            ares_process_fd(channel_, readable ? fd.fd : ARES_SOCKET_BAD, writable ? fd.fd : ARES_SOCKET_BAD);
+        }
+    }
+    if (channel_) Process(ARES_SOCKET_BAD, ARES_SOCKET_BAD);  // time-outs due by now
+    DeliverResult();
 }
 
 void Resolver::OnResult(void* arg, int status, int /*timeouts*/, ares_addrinfo* result) {
     std::unique_ptr<Request> request(static_cast<Request*>(arg));
-    sockaddr_storage address{};
-    socklen_t length = 0;
+    Result found{request->generation, {}, 0};
     if (const ares_addrinfo_node* node = status == ARES_SUCCESS ? Preferred(result) : nullptr) {
-        length = static_cast<socklen_t>(std::min<std::size_t>(node->ai_addrlen, sizeof address));
-        std::memcpy(&address, node->ai_addr, length);
+        found.length = static_cast<socklen_t>(std::min<std::size_t>(node->ai_addrlen, sizeof found.address));
+        std::memcpy(&found.address, node->ai_addr, found.length);
     }
     if (result) ares_freeaddrinfo(result);
     auto self = request->resolver.lock();
-    if (!self) return;
-    // Deliver from the loop: c-ares may call back from inside ares_getaddrinfo.
-    (*self)->loop_.Post([weak = request->resolver, generation = request->generation, address, length] {
-        auto resolver = weak.lock();
-        if (!resolver || (*resolver)->generation_ != generation || !(*resolver)->done_) return;
-        Done done = std::move((*resolver)->done_);
-        done(length ? reinterpret_cast<const sockaddr*>(&address) : nullptr, length);
+    if (!self || (*self)->generation_ != request->generation) return;
+    (*self)->result_ = found;
+    // Delivered from the loop: c-ares may call back from inside ares_getaddrinfo.
+    (*self)->loop_.Post([weak = request->resolver] {
+        if (auto resolver = weak.lock()) (*resolver)->DeliverResult();
     });
+}
+
+void Resolver::DeliverResult() {
+    if (!result_ || result_->generation != generation_ || !done_) return;
+    const Result result = *result_;
+    result_.reset();
+    Done done = std::move(done_);
+    done_ = nullptr;
+    done(result.length ? reinterpret_cast<const sockaddr*>(&result.address) : nullptr, result.length);
 }
 
 void Resolver::OnSocketState(void* data, int fd, int readable, int writable) {

@@ -33,13 +33,23 @@ public:
     // An IPv4 address is preferred when the name has both kinds.
     void Lookup(const std::string& host, Done done);
     void Cancel();
+    // Drives the lookup without waiting, outside the loop: a blocking caller
+    // that polls its socket must see the name resolved too. A result that is
+    // in is delivered before this returns.
+    void Poll();
 
 private:
     struct Request;
     static void OnSocketState(void* data, int fd, int readable, int writable);
+    struct Result {
+        std::uint64_t generation;
+        sockaddr_storage address;
+        socklen_t length;
+    };
     static void OnResult(void* arg, int status, int timeouts, ares_addrinfo* result);
     void Process(int readFd, int writeFd);
     void RescheduleTimeout();
+    void DeliverResult();
 
     RunLoop& loop_;
     ares_channeldata* channel_ = nullptr;
@@ -47,6 +57,7 @@ private:
     std::optional<RunLoop::TimerId> timeout_;
     std::uint64_t generation_ = 0;
     Done done_;
+    std::optional<Result> result_;
     std::shared_ptr<Resolver*> self_;
 };
 

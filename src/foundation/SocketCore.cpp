@@ -52,6 +52,12 @@ void SocketCore::Poll() {
     DeliverPending();
 }
 
+void SocketCore::AwaitActivity(std::chrono::milliseconds limit) const {
+    if (fd_ < 0) return;
+    pollfd probe{fd_, Interest(), 0};
+    poll(&probe, 1, static_cast<int>(limit.count()));
+}
+
 std::int32_t SocketCore::BytesAvailable() const { return ClampToInt32(input_.Size()); }
 std::int32_t SocketCore::BytesLeftToSend() const { return ClampToInt32(output_.Size()); }
 

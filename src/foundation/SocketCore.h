@@ -45,7 +45,11 @@ public:
     void Purge();
     // Looks at this socket at once, without waiting, and delivers its due events
     // before returning. It runs no other socket's events and no timers.
-    void Poll();
+    virtual void Poll();
+    // Waits up to `limit` for this socket's descriptor to become ready, without
+    // delivering anything; returns at once when there is no descriptor. Lets a
+    // caller that polls in a loop sleep between polls instead of spinning.
+    void AwaitActivity(std::chrono::milliseconds limit) const;
 
     bool IsConnected() const { return state_ == State::Connected; }
     std::int32_t LastErrorCode() const { return lastErrorCode_; }

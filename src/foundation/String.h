@@ -62,6 +62,7 @@ class StringBuilder {
 public:
     void Reserve(std::size_t bytes) { bytes_.reserve(bytes); }
     void Append(std::string_view bytes) { bytes_.append(bytes); }
+    void Append(const char* bytes) { bytes_.append(bytes); }
     void Append(const String& text);
     std::size_t Size() const { return bytes_.size(); }
     // Leaves the builder empty.

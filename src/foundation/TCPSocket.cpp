@@ -19,6 +19,11 @@ void TCPSocket::OnClose() {
     if (resolver_) resolver_->Cancel();
 }
 
+void TCPSocket::Poll() {
+    if (GetState() == State::Resolving && resolver_) resolver_->Poll();
+    SocketCore::Poll();
+}
+
 void TCPSocket::Connect() {
     Close();
     if (port_ < 1 || port_ > 65535) {

@@ -25,6 +25,8 @@ public:
 
     // Connects to Address and Port, ending any connection or attempt before.
     void Connect();
+    // Also drives a name lookup in progress.
+    void Poll() override;
 
 protected:
     void OnClose() override;

@@ -115,11 +115,12 @@ void RSSDownloadWindow::_CreateControls0() {
 
     AddControl("InputField", view_.MakeEditField(kInputFieldValues));
 
-    AddControl("RSSTCPSocket", std::make_unique<RSSTCPSocket>(loop_));
+    AddControl("RSSTCPSocket", std::make_unique<RSSTCPSocket>(loop_, clock_));
     {
         auto& socket = ControlNamed<RSSTCPSocket>("RSSTCPSocket");
         socket.SetAddress("");
         socket.SetPort(0);
+        socket.Yield = false;
     }
 
     AddControl("MinimizeTimer", std::make_unique<MinimizeTimer>(loop_));

@@ -13,8 +13,8 @@
 #include "foundation/IPCSocket.h"
 #include "foundation/RunLoop.h"
 #include "foundation/String.h"
-#include "foundation/TCPSocket.h"
 #include "foundation/Timer.h"
+#include "http/HTTPSocket.h"
 #include "shell/Control.h"
 #include "shell/EditField.h"
 #include "shell/WindowView.h"
@@ -34,9 +34,9 @@ public:
     public:
         using IPCSocket::IPCSocket;
     };
-    class RSSTCPSocket final : public TCPSocket, public Control {
+    class RSSTCPSocket final : public HTTPSocket, public Control {
     public:
-        using TCPSocket::TCPSocket;
+        using HTTPSocket::HTTPSocket;
     };
     class MinimizeTimer final : public Timer, public Control {
     public:

@@ -1,0 +1,116 @@
+#include "foundation/TextFunctions.h"
+#include "http/HTTPSocket.h"
+
+namespace qv {
+
+namespace {
+
+// How long a pass of the wait sleeps on the socket when nothing has moved.
+constexpr std::chrono::milliseconds kIdleWait(10);
+
+// Tick arithmetic wraps as the 32-bit counter itself does.
+std::int32_t TicksAfter(std::int32_t ticks, std::int32_t seconds) {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(ticks) + static_cast<std::uint32_t>(seconds) * 60u);
+}
+
+}  // namespace
+
+void HTTPSocket::RunBlocking(const String& url, const String& action, const std::shared_ptr<FolderItem>& file,
+                             std::int32_t timeout) {
+    timeoutSeconds = timeout;
+    synchronous = true;
+    _DoConnect(url, action, file);
+    WaitForPage();
+}
+
+String HTTPSocket::Get(const String& url, std::int32_t timeout) {
+    RunBlocking(url, "GET", nullptr, timeout);
+    return _pageBuffer.Text();
+}
+
+String HTTPSocket::Post(const String& url, std::int32_t timeout) {
+    RunBlocking(url, "POST", nullptr, timeout);
+    return _pageBuffer.Text();
+}
+
+bool HTTPSocket::Get(const String& url, const std::shared_ptr<FolderItem>& file, std::int32_t timeout) {
+    RunBlocking(url, "GET", file, timeout);
+    return mErrorCode == 0;
+}
+
+bool HTTPSocket::Post(const String& url, const std::shared_ptr<FolderItem>& file, std::int32_t timeout) {
+    RunBlocking(url, "POST", file, timeout);
+    return mErrorCode == 0;
+}
+
+HTTPSocket::Headers HTTPSocket::GetHeaders(const String& url, std::int32_t timeout) {
+    RunBlocking(url, "HEAD", nullptr, timeout);
+    return _pageHeaders;
+}
+
+// The time-out counts from the last sign of life, and there are exactly two:
+// the connection coming or going, and the page growing. A download does not
+// grow the page, so only its connection renews the deadline. A refused file
+// was reported by _DoConnect, and its code is wiped here on purpose: the
+// caller sees -1 after the time-out, or waits for ever without one.
+void HTTPSocket::WaitForPage() {
+    bool lastConnectionState = false;
+    std::size_t lastPageLength = 0;
+    _pageComplete = false;
+    mErrorCode = 0;
+    std::int32_t deadline = TicksAfter(Ticks(clock_), timeoutSeconds);
+    while (!_pageComplete && mErrorCode == 0) {
+        Poll();
+        if (Yield) Loop().RunOnce(Duration::zero());  // the whole application runs meanwhile
+        bool moved = true;
+        if (_connectionValid != lastConnectionState) {
+            lastConnectionState = _connectionValid;
+            deadline = TicksAfter(Ticks(clock_), timeoutSeconds);
+        } else if (_pageBuffer.Size() != lastPageLength) {
+            lastPageLength = _pageBuffer.Size();
+            deadline = TicksAfter(Ticks(clock_), timeoutSeconds);
+        } else {
+            moved = false;
+        }
+        if (timeoutSeconds > 0 && deadline < Ticks(clock_)) {
+            Close();
+            SetError(-1);
+            break;
+        }
+        if (!moved && !_pageComplete && mErrorCode == 0) AwaitActivity(kIdleWait);
+    }
+}
+
+// The file is always emptied before a download, through a text file made and
+// closed at once, and never appended to.
+bool HTTPSocket::_SetDownloadFile(const std::shared_ptr<FolderItem>& file) {
+    _KillDownloadStream();
+    if (!file) return true;
+    if (file->Exists() && file->Directory()) {
+        SetError(1);
+        return false;
+    }
+    const std::shared_ptr<BinaryStream> text = file->CreateTextFile();
+    if (!text) {
+        SetError(1);
+        return false;
+    }
+    text->Close();
+    _downloadStream = file->OpenAsBinaryFile(true);
+    if (!_downloadStream) {
+        SetError(1);
+        return false;
+    }
+    _downloadFile = file;
+    return true;
+}
+
+void HTTPSocket::_KillDownloadStream() {
+    _downloadFile = nullptr;
+    if (_downloadStream) {
+        _downloadStream->Close();
+        _downloadStream = nullptr;
+    }
+}
+
+}  // namespace qv

@@ -1,0 +1,122 @@
+#include "foundation/TextFunctions.h"
+#include "http/HTTPSocket.h"
+
+namespace qv {
+
+void HTTPSocket::Event_SendComplete(bool /*userAborted*/) {}
+
+void HTTPSocket::Event_Connected() {
+    _connectionValid = true;
+    _ResetVariables();
+    if (!synchronous && events.Connected) events.Connected();
+    if (_httpAction.IsEmpty()) _httpAction = "GET";
+    _SendRequest(_httpAction);
+}
+
+void HTTPSocket::Event_DataAvailable() { _HandleNewData(); }
+
+// The server's close is the end of the page, whatever its code: a reset in
+// mid-body gives a short page, complete, with no error. Only a connection that
+// never stood is an Error. A close that leaves bytes unread hands them on and
+// completes nothing: the page is stranded, and the owner's watchdog ends it.
+void HTTPSocket::Event_Error() {
+    const bool wasValid = _connectionValid;
+    _connectionValid = false;
+    if (wasValid) {
+        if (BytesAvailable() == 0) {
+            _ProcessPage();
+        } else {
+            _HandleNewData();
+        }
+    } else {
+        SetError(LastErrorCode());
+    }
+}
+
+void HTTPSocket::_HandleNewData() {
+    // An owner's handler that pumps events from in here must not come back in;
+    // the bytes wait in the socket for the next event.
+    if (threadProtection) return;
+    threadProtection = true;
+
+    if (_pageHeaders) {
+        _ProcessData(ReadAll());
+        threadProtection = false;
+        return;
+    }
+
+    const String buffered = Lookahead();
+    String lineEnd = _DetermineEOLCharacter(buffered);
+    std::int32_t pos = 0;
+    // The first of these that occurs decides, not the earliest occurrence: a
+    // body that holds the detected line end twice can win over the real end.
+    for (const String& candidate : {lineEnd, String("\n"), String("\r\n"), String("\r")}) {
+        pos = InStr(0, buffered, candidate + candidate);
+        if (pos > 0) {
+            lineEnd = candidate;
+            break;
+        }
+    }
+    if (pos > 0) {
+        _ParseHeaders(Read(pos - 1));
+        if (_httpStatusCode == 401 && _SetAuthentication()) {
+            _DoConnect(_processingURL, _httpAction, _downloadFile);
+            threadProtection = false;
+            return;
+        }
+        if (!synchronous && events.HeadersReceived) events.HeadersReceived(_pageHeaders, _httpStatusCode);
+        Read(2 * Len(lineEnd));
+        _ProcessData(ReadAll());
+    }
+    threadProtection = false;
+}
+
+void HTTPSocket::_ParseHeaders(const String& block) {
+    const String lineEnd = _DetermineEOLCharacter(block);
+    _pageHeaders = std::make_shared<InternetHeaders>();
+    const String firstLine = NthField(block, lineEnd, 1);
+    _httpStatusCode = CvtReal64ToSInt32(Val(NthField(firstLine, " ", 2)));
+    _pageHeaders->_ParseHeaders(block);
+    if (_pageHeaders->NameCount("Content-length") > 0) {
+        _totalLength = CvtReal64ToSInt32(Val(_pageHeaders->Value("Content-length")));
+    }
+}
+
+void HTTPSocket::_ProcessData(const String& piece) {
+    if (SameText(_httpAction, "HEAD")) return;  // the bytes are gone, nothing counts
+    // Counted as the field's 32 bits wrap, not as undefined overflow.
+    _currentLength = static_cast<std::int32_t>(static_cast<std::uint32_t>(_currentLength) +
+                                               static_cast<std::uint32_t>(LenB(piece)));
+    if (_downloadStream) {
+        _downloadStream->Write(piece);
+    } else {
+        _pageBuffer.Append(piece);
+    }
+    if (!synchronous && events.ReceiveProgress) events.ReceiveProgress(_currentLength, _totalLength, piece);
+    if (_httpStatusCode == 401 && !IsConnected()) _ProcessPage();
+}
+
+void HTTPSocket::_ProcessPage() {
+    if (_pageComplete) return;  // a page is delivered once
+    _pageComplete = true;
+    const bool wasDownload = _downloadStream != nullptr;
+    const std::shared_ptr<FolderItem> file = _downloadFile;
+    _KillDownloadStream();
+    if (SameText(_httpAction, "HEAD") || synchronous) return;
+    if (wasDownload) {
+        if (events.DownloadComplete) events.DownloadComplete(_processingURL, _httpStatusCode, _pageHeaders, file);
+    } else if (events.PageReceived) {
+        events.PageReceived(_processingURL, _httpStatusCode, _pageHeaders, _pageBuffer.Text());
+    }
+}
+
+void HTTPSocket::SetError(std::int32_t code) {
+    mErrorCode = code;
+    if (!synchronous && events.Error) events.Error(code);
+}
+
+HTTPSocket::Headers HTTPSocket::PageHeaders() const {
+    return _pageHeaders && _pageHeaders->Count() > 0 ? _pageHeaders : nullptr;
+}
+
+}  // namespace qv

@@ -1,0 +1,139 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "foundation/Clock.h"
+#include "foundation/Dictionary.h"
+#include "foundation/Exceptions.h"
+#include "foundation/FolderItem.h"
+#include "foundation/String.h"
+#include "foundation/TCPSocket.h"
+#include "headers/InternetHeaders.h"
+#include "http/PageBuffer.h"
+
+namespace qv {
+
+// An HTTP/1.0 client on its own TCP socket: one plain connection per request,
+// and the server's close ends the response. The scheme of a URL is thrown away
+// (no TLS); there are no redirects, no chunked decoding, no keep-alive, and an
+// HTTP status is no failure. Failures come as small integer codes only.
+//
+// The socket's own events (Connected, DataAvailable, Error, SendComplete) are
+// the class's Event_ methods. The owner installs its handlers in `events`; an
+// event without a handler is skipped.
+class HTTPSocket : public TCPSocket {
+public:
+    using Headers = std::shared_ptr<InternetHeaders>;
+
+    struct Events {
+        std::function<void(const String& url, std::int32_t httpStatus, const Headers& headers, const String& content)>
+            PageReceived;
+        std::function<void(std::int32_t bytesReceived, std::int32_t totalBytes, const String& newData)> ReceiveProgress;
+        std::function<void()> Connected;
+        std::function<void(const String& url, std::int32_t httpStatus, const Headers& headers,
+                           const std::shared_ptr<FolderItem>& file)>
+            DownloadComplete;
+        std::function<void(std::int32_t code)> Error;
+        std::function<void(const Headers& headers, std::int32_t httpStatus)> HeadersReceived;
+        std::function<bool(const Headers& headers, String& name, String& password)> AuthenticationRequired;
+    };
+
+    // `clock` paces the blocking forms' time-outs.
+    HTTPSocket(RunLoop& loop, Clock& clock);
+    ~HTTPSocket() override;
+
+    Events events;
+
+    // Public fields.
+    Headers requestHeaders;
+    std::int32_t DefaultPort = 0;
+    String HTTPProxyAddress;
+    std::int32_t HTTPProxyPort = 0;
+    bool Yield = false;
+
+    // Socket events.
+    virtual void Event_SendComplete(bool userAborted);
+    virtual void Event_Error();
+    virtual void Event_DataAvailable();
+    virtual void Event_Connected();
+
+    // Requests that return at once; the answer comes by event.
+    virtual void Get(const String& url);
+    virtual void Get(const String& url, const std::shared_ptr<FolderItem>& file);
+    virtual void Post(const String& url);
+    virtual void Post(const String& url, const std::shared_ptr<FolderItem>& file);
+    virtual void GetHeaders(const String& url);
+
+    // Requests that wait, with `timeout` seconds of inactivity at most (0 or
+    // less: no limit). The owner hears no event but AuthenticationRequired.
+    virtual String Get(const String& url, std::int32_t timeout);
+    virtual String Post(const String& url, std::int32_t timeout);
+    virtual bool Get(const String& url, const std::shared_ptr<FolderItem>& file, std::int32_t timeout);
+    virtual bool Post(const String& url, const std::shared_ptr<FolderItem>& file, std::int32_t timeout);
+    virtual Headers GetHeaders(const String& url, std::int32_t timeout);
+
+    virtual void SetRequestHeader(const String& name, const String& value);
+    virtual void ClearRequestHeaders();
+    Headers GetRequestHeaders() const { return requestHeaders; }
+
+    virtual void SetFormData(const Dictionary* form);
+    virtual String EncodeFormData(const Dictionary* form);
+    virtual void SetPostContent(const String& content, const String& contentType);
+
+    virtual std::int32_t ErrorCode() const { return mErrorCode; }
+    // Nil also when the block held no header at all.
+    virtual Headers PageHeaders() const;
+    virtual std::int32_t HTTPStatusCode() const { return _httpStatusCode; }
+
+private:
+    // Requests.
+    void _InitializeRequestHeaders();
+    void _ParseURL(const String& url);
+    void _DoConnect(const String& url, const String& action, const std::shared_ptr<FolderItem>& file);
+    void _SendRequest(const String& action);
+    void _ResetVariables();
+    String _DetermineEOLCharacter(const String& text) const;
+    // Responses.
+    void _HandleNewData();
+    void _ParseHeaders(const String& block);
+    void _ProcessData(const String& piece);
+    void _ProcessPage();
+    void SetError(std::int32_t code);
+    // Forms and authentication.
+    String _EncodeURLString(const String& text) const;
+    bool _SetAuthentication();
+    // Waiting and downloads.
+    void WaitForPage();
+    bool _SetDownloadFile(const std::shared_ptr<FolderItem>& file);
+    void _KillDownloadStream();
+    // Sets `synchronous` and `timeoutSeconds`, starts the request and waits.
+    void RunBlocking(const String& url, const String& action, const std::shared_ptr<FolderItem>& file,
+                     std::int32_t timeout);
+
+    Clock& clock_;
+
+    Headers _pageHeaders;
+    String _server;
+    String _path;
+    std::int32_t _totalLength = 0;
+    std::shared_ptr<BinaryStream> _downloadStream;
+    std::shared_ptr<FolderItem> _downloadFile;
+    PageBuffer _pageBuffer;
+    std::int32_t _currentLength = 0;
+    bool _pageComplete = false;
+    String _postContent;
+    String _postContentType;
+    String _httpAction;
+    String _processingURL;
+    bool _connectionValid = false;
+    std::int32_t _httpStatusCode = 0;
+    String _authenticationKey;
+    bool synchronous = false;
+    std::int32_t timeoutSeconds = 0;
+    std::int32_t mErrorCode = 0;
+    bool threadProtection = false;
+};
+
+}  // namespace qv
