@@ -8,6 +8,18 @@
 
 namespace qv::test {
 
+// A clock that moves on by `step` at every reading, so that code which waits
+// by watching the clock (and nothing else) sees time pass at full speed.
+class SteppingClock final : public Clock {
+public:
+    explicit SteppingClock(Duration step) : step_(step) {}
+    Duration Now() const override { return now_ += step_; }
+
+private:
+    Duration step_;
+    mutable Duration now_ = std::chrono::hours(1);
+};
+
 // Moves a manual clock forward to `until`, stopping at every timer due on the
 // way, so timers fire in order exactly as they would have in real time.
 void AdvanceTo(RunLoop& loop, ManualClock& clock, Duration until);

@@ -71,6 +71,24 @@ std::string ReadUntilClosed(int fd, int limitMs) {
     }
 }
 
+std::string ReadAvailable(int fd, int quietMs) {
+    std::string got;
+    char buffer[65536];
+    for (;;) {
+        pollfd ready{fd, POLLIN, 0};
+        if (poll(&ready, 1, quietMs) != 1) return got;
+        const ssize_t n = read(fd, buffer, sizeof buffer);
+        if (n <= 0) return got;
+        got.append(buffer, static_cast<std::size_t>(n));
+    }
+}
+
+void ResetConnection(int fd) {
+    linger abort{1, 0};
+    setsockopt(fd, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
+    close(fd);
+}
+
 int ConnectLocal(const std::string& path) {
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_un address{};
