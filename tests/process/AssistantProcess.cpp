@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -50,6 +51,20 @@ bool AssistantProcess::WaitForOutput(const std::string& text, int limitMs) {
         const ssize_t n = read(stderr_, buffer, sizeof buffer);
         if (n <= 0) return output_.find(text) != std::string::npos;
         output_.append(buffer, static_cast<std::size_t>(n));
+    }
+    return true;
+}
+
+bool AssistantProcess::WaitUntilListening(const std::string& path, int limitMs) {
+    const auto deadline = Clock::now() + std::chrono::milliseconds(limitMs);
+    if (!WaitForOutput("Connecting to Quorvane...\n", limitMs)) return false;
+    const auto listening = [&] {
+        struct stat info {};
+        return lstat(path.c_str(), &info) == 0 && S_ISSOCK(info.st_mode) && (info.st_mode & 0777) == 0600;
+    };
+    while (!listening()) {
+        if (Clock::now() >= deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return true;
 }

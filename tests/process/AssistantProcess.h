@@ -17,6 +17,10 @@ public:
 
     // True once `text` has appeared on standard error within `limitMs`.
     bool WaitForOutput(const std::string& text, int limitMs = 5000);
+    // True once it has written its first log line and its own socket stands at
+    // `path`: a socket of mode 0600. Connecting to find out would make us its
+    // one peer, whose departure ends it.
+    bool WaitUntilListening(const std::string& path, int limitMs = 5000);
     // The raw wait status once it has ended within `limitMs`.
     std::optional<int> WaitForExit(int limitMs);
     // Sends SIGTERM and waits for the end.

@@ -41,16 +41,8 @@ protected:
     void SetUp() override { std::filesystem::remove_all(kChannel); }
     void TearDown() override { std::filesystem::remove_all(kChannel); }
 
-    // Started, with its first log line written and its own socket in place:
-    // a socket of mode 0600 (connecting to find out would make us its peer).
     static void WaitUntilListening(test::AssistantProcess& assistant) {
-        ASSERT_TRUE(assistant.WaitForOutput("Connecting to Quorvane...\n")) << assistant.Output();
-        const auto listening = [] {
-            const auto info = StatOf(kChannel);
-            return info && S_ISSOCK(info->st_mode) && (info->st_mode & 0777) == 0600;
-        };
-        for (int i = 0; i < 500 && !listening(); ++i) usleep(10000);
-        ASSERT_TRUE(listening());
+        ASSERT_TRUE(assistant.WaitUntilListening(kChannel)) << assistant.Output();
     }
 
     static int ConnectPeer(test::AssistantProcess& assistant) {

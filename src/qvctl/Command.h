@@ -1,0 +1,36 @@
+#pragma once
+
+#include <vector>
+
+#include "foundation/Clock.h"
+#include "foundation/String.h"
+#include "qvctl/Options.h"
+
+namespace qv::ctl {
+
+// What qvctl waits for once its command is sent.
+enum class WaitFor {
+    // The one reply the command is known to bring; done as soon as it is in.
+    FirstReply,
+    // Nothing comes back: stay connected for the whole wait, because the
+    // assistant ends when its peer leaves and runs a command only at the next
+    // tick of its dispatcher.
+    NoReply,
+    // Unknown: every reply that comes within the wait.
+    EveryReply,
+};
+
+struct Command {
+    std::vector<Field> fields;
+    WaitFor waitFor;
+    Duration defaultWait;
+};
+
+// The command that the parsed options ask for.
+Command CommandFor(const Options& options);
+
+// The message text of a command: each field as its name, one separator
+// character (the assistant skips it unseen), its value, and CR.
+String CommandText(const std::vector<Field>& fields);
+
+}  // namespace qv::ctl

@@ -1,0 +1,54 @@
+#include "qvctl/Help.h"
+
+namespace qv::ctl {
+
+std::string_view HelpText() {
+    return R"(Usage: qvctl [OPTIONS] COMMAND [NAME=VALUE...]
+
+Sends one command to the running QVAssistant over its local channel and
+prints each reply.
+
+Commands:
+  status              Command "Status"; waits for the status report.
+  show                Command "Show"; no reply comes.
+  hide                Command "Hide"; no reply comes.
+  abort               Command "CopyFileAbort"; waits for the copy end report.
+  send NAME=VALUE...  Any command: each pair becomes one line "NAME:VALUE"
+                      ended by CR, in the order given. The name ends at the
+                      first "=", so a value may hold "=". Put "--" before a
+                      pair that begins with "-".
+
+Options:
+  --socket PATH       The channel (default /tmp/qvipc).
+  --wait SECONDS      How long to wait, 0 to 86400, fractions allowed:
+                        status, abort: at most this long for the reply
+                          (default 5); qvctl ends as soon as it is in.
+                        show, hide: how long to stay connected (default 3).
+                        send: how long to collect replies (default 5).
+  --raw               Show every byte: CR as \r, LF as \n and a line break,
+                      a backslash as \\, other control bytes as \xHH.
+  --json              One JSON object per reply, on one line:
+                        {"fields":[{"name":"Response","value":"Status"},...],
+                         "body":"<Base64>"}
+                      The fields are the lines up to the first empty line,
+                      each cut at its first ": " (a line without one is all
+                      name, with an empty value); the body is everything
+                      behind the empty line, "" when there is none.
+  -h, --help          This text.
+
+Without --raw or --json a reply is printed as it is: its lines end in CR LF.
+
+The assistant accepts exactly one peer and ends when that peer leaves, so it
+ends when qvctl exits. It runs commands only every 2 seconds, which is why
+show and hide stay connected for a while before qvctl exits.
+
+Exit status:
+  0  the reply came (show, hide: the connection stayed up for the whole wait;
+     send: at least one reply came)
+  1  the arguments are wrong
+  2  no reply in time
+  3  the assistant cannot be reached, or it went away before the reply
+)";
+}
+
+}  // namespace qv::ctl

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "foundation/Clock.h"
+
+namespace qv::ctl {
+
+inline constexpr std::string_view kDefaultSocketPath = "/tmp/qvipc";
+
+enum class Action { Status, Show, Hide, Abort, Send };
+enum class OutputMode { Text, Raw, Json };
+
+// One line of a command: its name and its value, as given on the command line.
+struct Field {
+    std::string name;
+    std::string value;
+};
+
+struct Options {
+    Action action = Action::Status;
+    // The NAME=VALUE pairs of `send`, in the order given; empty for the others.
+    std::vector<Field> fields;
+    std::string socketPath{kDefaultSocketPath};
+    // --wait; without it each command has its own default.
+    std::optional<Duration> wait;
+    OutputMode output = OutputMode::Text;
+    bool help = false;
+};
+
+struct UsageError {
+    std::string message;
+};
+
+// Reads the arguments behind the program name. Options may stand before or
+// after the command; "--" ends the options, so a field of `send` may begin
+// with "--". An option's value may follow it or be joined with "=".
+std::variant<Options, UsageError> ParseOptions(std::span<const std::string_view> args);
+
+}  // namespace qv::ctl

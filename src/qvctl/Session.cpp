@@ -1,0 +1,72 @@
+#include "qvctl/Session.h"
+
+#include <utility>
+
+namespace qv::ctl {
+
+SessionPlan PlanFor(const Options& options) {
+    const Command command = CommandFor(options);
+    return {options.socketPath, MakeFrame(CommandText(command.fields)), command.waitFor,
+            options.wait.value_or(command.defaultWait)};
+}
+
+Session::Session(RunLoop& loop, SessionPlan plan) : loop_(loop), plan_(std::move(plan)), socket_(loop) {
+    socket_.SetPath(String(plan_.socketPath));
+    socket_.onDataAvailable = [this] { TakeReplies(); };
+    socket_.onError = [this] { ConnectionLost(); };
+}
+
+Session::~Session() {
+    if (deadline_) loop_.CancelTimer(*deadline_);
+}
+
+void Session::Start() {
+    deadline_ = loop_.AddTimer(loop_.GetClock().Now() + plan_.wait, [this] {
+        deadline_.reset();
+        WaitOver();
+    });
+    socket_.Connect();
+    // Queued until the connection is made; dropped with it if it fails.
+    socket_.Write(plan_.frame);
+}
+
+void Session::TakeReplies() {
+    frames_.Append(socket_.ReadAll().Bytes());
+    while (!result_) {
+        const auto payload = frames_.TakeFrame();
+        if (!payload) return;
+        ++replies_;
+        if (onReply) onReply(DecodePayload(payload->Bytes()));
+        if (plan_.waitFor == WaitFor::FirstReply) Finish(Outcome::Done);
+    }
+}
+
+void Session::WaitOver() {
+    if (result_) return;
+    // A lost connection reads as not connected here even before its Error
+    // event has been delivered.
+    const bool connected = socket_.IsConnected();
+    const bool done = plan_.waitFor == WaitFor::NoReply ? connected : replies_ > 0;
+    Finish(done ? Outcome::Done : connected ? Outcome::NoReply : Outcome::Unreachable);
+}
+
+void Session::ConnectionLost() {
+    if (result_) return;
+    // Replies that came before the close have been delivered by now.
+    Finish(plan_.waitFor == WaitFor::EveryReply && replies_ > 0 ? Outcome::Done : Outcome::Unreachable);
+}
+
+void Session::Finish(Outcome outcome) {
+    result_ = outcome;
+    if (deadline_) loop_.CancelTimer(*deadline_);
+    deadline_.reset();
+    socket_.Close();
+}
+
+Outcome RunSession(RunLoop& loop, Session& session) {
+    session.Start();
+    while (!session.Result()) loop.RunOnce(std::nullopt);
+    return *session.Result();
+}
+
+}  // namespace qv::ctl

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "channel/Frame.h"
+#include "foundation/IPCSocket.h"
+#include "foundation/RunLoop.h"
+#include "qvctl/Command.h"
+
+namespace qv::ctl {
+
+// How a session ended; the values are qvctl's exit status.
+enum class Outcome {
+    // The expected reply came; for a command without one, the connection
+    // stayed up for the whole wait; for `send`, at least one reply came.
+    Done = 0,
+    // Connected, but what was waited for did not come in time.
+    NoReply = 2,
+    // No connection, or it was lost before what was waited for came.
+    Unreachable = 3,
+};
+
+struct SessionPlan {
+    std::string socketPath;
+    String frame;
+    WaitFor waitFor;
+    Duration wait;
+};
+
+// The session that the parsed options ask for: their command, framed, with
+// their --wait or else the command's own.
+SessionPlan PlanFor(const Options& options);
+
+// One connection to the assistant: send one frame, take in the replies, end
+// by the plan. It runs on the caller's loop, and the wait is a timer on the
+// loop's clock, so a test can drive it with a manual one.
+class Session {
+public:
+    Session(RunLoop& loop, SessionPlan plan);
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    // The message text of each reply, in arrival order.
+    std::function<void(const String& messageText)> onReply;
+
+    // Connects, sends the frame and starts the wait; the loop does the rest.
+    void Start();
+    // Set once the session has ended; the connection is closed by then.
+    std::optional<Outcome> Result() const { return result_; }
+
+private:
+    void TakeReplies();
+    void WaitOver();
+    void ConnectionLost();
+    void Finish(Outcome outcome);
+
+    RunLoop& loop_;
+    SessionPlan plan_;
+    IPCSocket socket_;
+    FrameBuffer frames_;
+    std::optional<RunLoop::TimerId> deadline_;
+    int replies_ = 0;
+    std::optional<Outcome> result_;
+};
+
+// Starts the session and runs the loop until it has ended.
+Outcome RunSession(RunLoop& loop, Session& session);
+
+}  // namespace qv::ctl
