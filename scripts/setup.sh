@@ -6,7 +6,10 @@ set -euo pipefail
 packages=(
   cmake ninja-build g++ pkg-config   # the build
   libc-ares-dev                      # name lookup without blocking
+  zlib1g-dev                         # the payload's compressed stream
   libgtest-dev                       # the tests
+  libbenchmark-dev                   # the benchmarks
+  clang libclang-rt-14-dev           # the fuzz targets (libFuzzer, sanitizers)
 )
 
 missing=()

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds and runs every test on a fresh Debian machine: once in a plain build,
 # and once more with AddressSanitizer and UndefinedBehaviorSanitizer, where any
-# report fails the run.
+# report fails the run; then fuzzes the frame intake and the codec for a bounded
+# time (scripts/fuzz.sh).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -23,3 +24,6 @@ echo "== Sanitizer build (ASan + UBSan)"
 export ASAN_OPTIONS=halt_on_error=1:abort_on_error=1:detect_leaks=1
 export UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1
 run_suite build-sanitize -DCMAKE_BUILD_TYPE=Debug -DQV_SANITIZE=ON
+
+echo "== Fuzzing (libFuzzer, ASan + UBSan)"
+scripts/fuzz.sh

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace qv::bench {
+
+// Inputs for the benchmarks, the same bytes on every run and every machine.
+
+// HTML-like text of exactly `size` bytes: markup, links and prose from a small
+// vocabulary, so that it compresses about as well as a real page does.
+std::string HtmlText(std::size_t size);
+
+// `size` bytes that do not compress, like an image or an archive.
+std::string NoiseBytes(std::size_t size);
+
+}  // namespace qv::bench
