@@ -16,6 +16,9 @@ void RSSDownloadWindow::processCommand(const String& text) {
         } else {
             isKillCopyInProgress = true;  // the copy ends the command
         }
+    } else if (SameText(CommandStr, "GetHeadersURL") || SameText(CommandStr, "GetPageURL") ||
+               SameText(CommandStr, "GetNews")) {
+        startFetch(text);  // stays in progress until the fetch ends
     } else if (SameText(CommandStr, "Status")) {
         RSSSendCommand("Response: Status" + CRLF + "Status: Ready" + CRLF, 0);
         writeInputField("Status OK...");

@@ -39,7 +39,13 @@ void ByteQueue::Drop(std::size_t count) {
 }
 
 void ByteQueue::Clear() {
-    data_.clear();
+    // A large frame once must not hold its memory for the rest of the connection.
+    constexpr std::size_t kKeptCapacity = 1024 * 1024;
+    if (data_.capacity() > kKeptCapacity) {
+        std::string().swap(data_);
+    } else {
+        data_.clear();
+    }
     head_ = 0;
 }
 

@@ -95,8 +95,11 @@ void SocketCore::StartConnecting(int fd, const sockaddr* address, socklen_t leng
     if (connect(fd, address, length) == 0) {
         Adopt(fd, State::Connected);
         MarkConnected();
-    } else if (errno == EINPROGRESS || errno == EAGAIN) {
+    } else if (errno == EINPROGRESS) {
         Adopt(fd, State::Connecting);
+    } else if (errno == EAGAIN) {
+        close(fd);
+        Fail(SocketError::LostConnection);  // a local listener whose queue is full refuses
     } else {
         const int error = errno;
         close(fd);

@@ -20,7 +20,10 @@ String ZCompression::CompressBytes(const String& bytes) {
 
 String ZCompression::DecompressBytes(const String& bytes, std::int32_t originalSize) {
     const std::string_view in = bytes.Bytes();
-    uLongf size = static_cast<uLongf>(std::max<std::int32_t>(originalSize, 0));
+    // Deflate expands by 1032 to 1 at the most: a few bytes of garbage that
+    // announce 16 MiB must not cost a 16 MiB buffer.
+    const std::size_t mostPossible = in.size() * 1032 + 64;
+    uLongf size = static_cast<uLongf>(std::min<std::size_t>(std::max<std::int32_t>(originalSize, 0), mostPossible));
     std::string out(size, '\0');
     errorValue_ = uncompress(reinterpret_cast<Bytef*>(out.data()), &size, reinterpret_cast<const Bytef*>(in.data()),
                              static_cast<uLong>(in.size()));

@@ -121,6 +121,14 @@ void RSSDownloadWindow::_CreateControls0() {
         socket.SetAddress("");
         socket.SetPort(0);
         socket.Yield = false;
+        socket.events.HeadersReceived = [this](const HTTPSocket::Headers& headers, std::int32_t httpStatus) {
+            RSSTCPSocket_HeadersReceived(headers, httpStatus);
+        };
+        socket.events.PageReceived = [this](const String& url, std::int32_t httpStatus,
+                                            const HTTPSocket::Headers& headers, const String& content) {
+            RSSTCPSocket_PageReceived(url, httpStatus, headers, content);
+        };
+        socket.events.Error = [this](std::int32_t code) { RSSTCPSocket_Error(code); };
     }
 
     AddControl("MinimizeTimer", std::make_unique<MinimizeTimer>(loop_));
@@ -136,6 +144,7 @@ void RSSDownloadWindow::_CreateControls0() {
         auto& timer = ControlNamed<SocketTimeoutTimer>("SocketTimeoutTimer");
         timer.SetPeriod(60000);
         timer.SetMode(Timer::ModeOff);
+        timer.onAction = [this] { SocketTimeoutTimer_Action(); };
     }
 
     AddControl("CommandDispatchTimer", std::make_unique<CommandDispatchTimer>(loop_));

@@ -80,12 +80,15 @@ public:
     void Hide() { view_.Hide(); }
     void Show() { view_.Show(); }
 
-    // Looks a control up by name with a checked cast; nil raises NilObjectException.
+    // Looks a control up by name with a checked cast; nil when there is none.
+    template <class T>
+    T* FindControl(std::string_view name) const {
+        return dynamic_cast<T*>(RuntimeWindowControlByName(name));
+    }
+    // The same, where a nil raises NilObjectException.
     template <class T>
     T& ControlNamed(std::string_view name) const {
-        auto* control = dynamic_cast<T*>(RuntimeWindowControlByName(name));
-        if (!control) throw NilObjectException();
-        return *control;
+        return Deref(FindControl<T>(name));
     }
     Control* RuntimeWindowControlByName(std::string_view name) const;
 
@@ -111,10 +114,25 @@ public:
     virtual void doNextCommand();
     virtual void processCommand(const String& text);
 
+    // Web retrieval (web).
+    virtual void RSSTCPSocket_HeadersReceived(const HTTPSocket::Headers& headers, std::int32_t httpStatus);
+    virtual void RSSTCPSocket_PageReceived(const String& url, std::int32_t httpStatus,
+                                           const HTTPSocket::Headers& headers, const String& content);
+    virtual void RSSTCPSocket_Error(std::int32_t code);
+    virtual void SocketTimeoutTimer_Action();
+    virtual void sendPageToQuorvane(const HTTPSocket::Headers& headers, const String& content, std::int32_t httpStatus);
+
     // Ends the process with `code`; never returns to its caller.
     [[noreturn]] void Quit(std::int32_t code);
 
 private:
+    // The fetch branches of processCommand: GetHeadersURL, GetPageURL, GetNews.
+    void startFetch(const String& text);
+    // "Response: " and the command, with the HTTPURL line unless it is GetNews.
+    String fetchReportOpening() const;
+    // True while the channel to Quorvane stands.
+    bool isChannelConnected() const;
+
     template <class T>
     T& AddControl(const char* name, std::unique_ptr<T> control);
 

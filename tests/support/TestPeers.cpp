@@ -45,6 +45,12 @@ int TcpListener::Accept() {
     return accept4(fd_, nullptr, nullptr, SOCK_CLOEXEC);
 }
 
+int TcpListener::AcceptNow() {
+    pollfd ready{fd_, POLLIN, 0};
+    if (fd_ < 0 || poll(&ready, 1, 0) != 1) return -1;
+    return accept4(fd_, nullptr, nullptr, SOCK_CLOEXEC);
+}
+
 void TcpListener::StopListening() {
     if (fd_ >= 0) close(fd_);
     fd_ = -1;

@@ -29,6 +29,8 @@ public:
     std::int32_t Port() const { return port_; }
     // Takes the next connection; -1 if none came within a few seconds.
     int Accept();
+    // Takes a connection that is already waiting; -1 if there is none.
+    int AcceptNow();
     void StopListening();
 
 private:
