@@ -7,7 +7,9 @@ void RSSDownloadWindow::processCommand(const String& text) {
     isCommandInProgress = true;
     if (Len(text) < 1) return;  // never reached: the queue holds no empty text
 
-    if (SameText(CommandStr, "CopyFileAbort")) {
+    if (SameText(CommandStr, "CopyFile")) {
+        startCopy(text);  // returns when the copy has ended, or could not start
+    } else if (SameText(CommandStr, "CopyFileAbort")) {
         if (!isFileCopyInProgress) {
             // Names the copy last requested, long finished or never made.
             RSSSendCommand("Response: CopyFile" + CRLF + "SrcFileInfoMD5: " + SrcFileInfoMD5 + CRLF + "Status: Abort" + CRLF,

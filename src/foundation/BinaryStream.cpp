@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
 
@@ -18,7 +19,8 @@ String BinaryStream::Read(std::int32_t count) {
     std::string bytes(static_cast<std::size_t>(count), '\0');
     std::size_t got = 0;
     while (got < bytes.size()) {
-        const ssize_t n = ::read(descriptor_, bytes.data() + got, bytes.size() - got);
+        const ssize_t n = ::pread(descriptor_, bytes.data() + got, bytes.size() - got,
+                                  static_cast<off_t>(position_ + got));
         if (n > 0) {
             got += static_cast<std::size_t>(n);
         } else if (n < 0 && errno == EINTR) {
@@ -37,7 +39,8 @@ void BinaryStream::Write(const String& data) {
     const std::string_view bytes = data.Bytes();
     std::size_t written = 0;
     while (written < bytes.size()) {
-        const ssize_t n = ::write(descriptor_, bytes.data() + written, bytes.size() - written);
+        const ssize_t n = ::pwrite(descriptor_, bytes.data() + written, bytes.size() - written,
+                                   static_cast<off_t>(position_ + written));
         if (n > 0) {
             written += static_cast<std::size_t>(n);
         } else if (n < 0 && errno == EINTR) {
@@ -47,6 +50,62 @@ void BinaryStream::Write(const String& data) {
         }
     }
     position_ += written;
+}
+
+namespace {
+
+// For files that the kernel cannot copy between: a buffer at a time.
+void CopyThroughMemory(int from, off_t& fromOffset, int to, off_t& toOffset, std::uint64_t left) {
+    std::string buffer(static_cast<std::size_t>(std::min<std::uint64_t>(left, 1024 * 1024)), '\0');
+    while (left > 0) {
+        const ssize_t got = ::pread(from, buffer.data(), std::min<std::uint64_t>(left, buffer.size()), fromOffset);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) return;
+        std::size_t written = 0;
+        while (written < static_cast<std::size_t>(got)) {
+            const ssize_t n = ::pwrite(to, buffer.data() + written, static_cast<std::size_t>(got) - written,
+                                       toOffset + static_cast<off_t>(written));
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0) return;
+            written += static_cast<std::size_t>(n);
+        }
+        fromOffset += got;
+        toOffset += got;
+        left -= static_cast<std::uint64_t>(got);
+    }
+}
+
+}  // namespace
+
+BinaryStream::Extent BinaryStream::Reserve(std::int32_t count) {
+    struct stat status {};
+    if (count <= 0 || descriptor_ < 0 || ::fstat(descriptor_, &status) != 0) return Extent{position_, 0};
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    const std::uint64_t available = size > position_ ? size - position_ : 0;
+    const Extent extent{position_, std::min<std::uint64_t>(static_cast<std::uint64_t>(count), available)};
+    position_ += extent.length;
+    return extent;
+}
+
+void BinaryStream::WriteExtent(const BinaryStream& source, Extent extent) {
+    if (descriptor_ < 0 || source.descriptor_ < 0) return;
+    auto from = static_cast<off_t>(extent.offset);
+    auto to = static_cast<off_t>(position_);
+    std::uint64_t left = extent.length;
+    while (left > 0) {
+        const ssize_t n = ::copy_file_range(source.descriptor_, &from, descriptor_, &to, left, 0);
+        if (n > 0) {
+            left -= static_cast<std::uint64_t>(n);
+        } else if (n < 0 && errno == EINTR) {
+            continue;
+        } else if (n < 0 && (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP)) {
+            CopyThroughMemory(source.descriptor_, from, descriptor_, to, left);
+            break;
+        } else {
+            break;  // the source ended early or the write failed: what is written stays
+        }
+    }
+    position_ = static_cast<std::uint64_t>(to);
 }
 
 bool BinaryStream::EndOfFile() const {

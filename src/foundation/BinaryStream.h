@@ -34,6 +34,18 @@ public:
     // Idempotent. A closed stream reads nothing, writes nothing and is at its end.
     void Close();
 
+    // A stretch of this file, taken as Read would take it (up to `count` bytes
+    // from the position, which moves on) but not brought into memory: a later
+    // WriteExtent moves the bytes from file to file inside the kernel.
+    struct Extent {
+        std::uint64_t offset;
+        std::uint64_t length;
+    };
+    Extent Reserve(std::int32_t count);
+    // Writes `extent` of `source` at this stream's position, by copy_file_range
+    // where the file systems allow it and by reading and writing otherwise.
+    void WriteExtent(const BinaryStream& source, Extent extent);
+
 private:
     friend class FolderItem;
     explicit BinaryStream(int descriptor) : descriptor_(descriptor) {}

@@ -33,6 +33,13 @@ std::shared_ptr<FolderItem> GetFolderItem(const String& path, std::int32_t /*for
     return FolderItem::Make(WithoutTrailingSlashes(path.Bytes()));
 }
 
+bool FolderItem::IsSameFileAs(const FolderItem& other) const {
+    struct stat mine {};
+    struct stat theirs {};
+    return ::stat(path_.c_str(), &mine) == 0 && ::stat(other.path_.c_str(), &theirs) == 0 &&
+           mine.st_dev == theirs.st_dev && mine.st_ino == theirs.st_ino;
+}
+
 bool FolderItem::Exists() const {
     struct stat status {};
     return ::lstat(path_.c_str(), &status) == 0;

@@ -36,6 +36,9 @@ public:
     // whatever it is handed as its destination. "." and ".." are joined as given.
     std::shared_ptr<FolderItem> Child(const String& name) const;
 
+    // True when both name one and the same existing file, however the paths
+    // are written (links followed): the copy must never write onto its source.
+    bool IsSameFileAs(const FolderItem& other) const;
     // mkdir with mode 0777 less the umask; failure is not reported.
     void CreateAsFolder() const;
     // rmdir for a folder, which only succeeds when it is empty, unlink otherwise

@@ -5,7 +5,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <algorithm>
 #include <limits>
+#include <vector>
 
 #include "foundation/SocketErrors.h"
 
@@ -52,10 +54,12 @@ void SocketCore::Poll() {
     DeliverPending();
 }
 
-void SocketCore::AwaitActivity(std::chrono::milliseconds limit) const {
-    if (fd_ < 0) return;
-    pollfd probe{fd_, Interest(), 0};
-    poll(&probe, 1, static_cast<int>(limit.count()));
+void SocketCore::AwaitActivity(std::initializer_list<const SocketCore*> sockets, std::chrono::milliseconds limit) {
+    std::vector<pollfd> probes;
+    for (const SocketCore* socket : sockets) {
+        if (socket->fd_ >= 0) probes.push_back(pollfd{socket->fd_, socket->Interest(), 0});
+    }
+    poll(probes.data(), probes.size(), static_cast<int>(std::max<std::chrono::milliseconds::rep>(limit.count(), 0)));
 }
 
 std::int32_t SocketCore::BytesAvailable() const { return ClampToInt32(input_.Size()); }

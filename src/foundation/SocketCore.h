@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 
@@ -46,10 +47,10 @@ public:
     // Looks at this socket at once, without waiting, and delivers its due events
     // before returning. It runs no other socket's events and no timers.
     virtual void Poll();
-    // Waits up to `limit` for this socket's descriptor to become ready, without
-    // delivering anything; returns at once when there is no descriptor. Lets a
-    // caller that polls in a loop sleep between polls instead of spinning.
-    void AwaitActivity(std::chrono::milliseconds limit) const;
+    // Waits up to `limit` until one of the sockets' descriptors is ready,
+    // delivering nothing. Lets a caller that polls in a loop sleep between
+    // polls instead of spinning.
+    static void AwaitActivity(std::initializer_list<const SocketCore*> sockets, std::chrono::milliseconds limit);
 
     bool IsConnected() const { return state_ == State::Connected; }
     std::int32_t LastErrorCode() const { return lastErrorCode_; }

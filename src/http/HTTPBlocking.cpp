@@ -5,7 +5,8 @@ namespace qv {
 
 namespace {
 
-// How long a pass of the wait sleeps on the socket when nothing has moved.
+// How long a pass of the wait sleeps on the socket when nothing has moved: the
+// wait sleeps in poll(2) instead of spinning; its events and deadlines are the same.
 constexpr std::chrono::milliseconds kIdleWait(10);
 
 // Tick arithmetic wraps as the 32-bit counter itself does.
@@ -77,7 +78,7 @@ void HTTPSocket::WaitForPage() {
             SetError(-1);
             break;
         }
-        if (!moved && !_pageComplete && mErrorCode == 0) AwaitActivity(kIdleWait);
+        if (!moved && !_pageComplete && mErrorCode == 0) AwaitActivity({this}, kIdleWait);
     }
 }
 

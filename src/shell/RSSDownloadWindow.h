@@ -122,6 +122,12 @@ public:
     virtual void SocketTimeoutTimer_Action();
     virtual void sendPageToQuorvane(const HTTPSocket::Headers& headers, const String& content, std::int32_t httpStatus);
 
+    // File copy (copy).
+    virtual String stringFromBool(bool value);
+    virtual void copyFile(const std::shared_ptr<FolderItem>& source, const std::shared_ptr<FolderItem>& destination);
+    virtual String getScaledSize(std::int64_t size);
+    virtual String secondsToString(std::int32_t seconds);
+
     // Ends the process with `code`; never returns to its caller.
     [[noreturn]] void Quit(std::int32_t code);
 
@@ -132,6 +138,10 @@ private:
     String fetchReportOpening() const;
     // True while the channel to Quorvane stands.
     bool isChannelConnected() const;
+    // The CopyFile branch of processCommand.
+    void startCopy(const String& text);
+    // The copy's pause after a report: both sockets' events get in.
+    void pauseForEvents();
 
     template <class T>
     T& AddControl(const char* name, std::unique_ptr<T> control);

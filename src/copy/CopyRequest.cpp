@@ -1,0 +1,40 @@
+#include "foundation/Base64.h"
+#include "foundation/TextFunctions.h"
+#include "shell/RSSDownloadWindow.h"
+
+namespace qv {
+
+// Every field is read and stored before anything is tested, so a request that
+// then fails has already replaced the tag, the start and the total. A request
+// that cannot be resolved ends without a word.
+void RSSDownloadWindow::startCopy(const String& text) {
+    isKillCopyInProgress = false;
+    bool notFound = false;
+    const String sourceInfo = Base64Decode(getCRFieldFromString("SrcFileInfo", text, notFound));
+    SrcFileInfoMD5 = getCRFieldFromString("SrcFileInfoMD5", text, notFound);
+    const String destinationInfo = Base64Decode(getCRFieldFromString("DstFileInfo", text, notFound));
+    const String destinationPath = getCRFieldFromString("DstFilePath", text, notFound);
+    StartTicks = CvtReal64ToSInt32(Val(getCRFieldFromString("StartTicks", text, notFound)));
+    TotalSize = CvtReal64ToSInt64(Val(getCRFieldFromString("TotalSize", text, notFound)));
+    if (SameText(getCRFieldFromString("isResetAmountTransferred", text, notFound), "true")) AmountTransferred = 0;
+
+    const std::shared_ptr<FolderItem> source = sourceInfo.IsEmpty() ? nullptr : GetFolderItem(sourceInfo, 0);
+    std::shared_ptr<FolderItem> current = destinationInfo.IsEmpty() ? nullptr : GetFolderItem(destinationInfo, 0);
+    if (!source || !source->Exists() || !current) {
+        isCommandInProgress = false;
+        return;
+    }
+
+    // Down the path, making missing folders; the last part is the file. A
+    // folder that cannot be made ends the walk, and what stands there then goes
+    // to the copy as its destination, which ends silently on it.
+    const std::int32_t count = CountFields(destinationPath, "/");
+    for (std::int32_t i = 1; i <= count; ++i) {
+        current = current->Child(NthField(destinationPath, "/", i));
+        if (i < count && current && !current->Exists()) current->CreateAsFolder();
+        if (!current || !current->Exists()) break;
+    }
+    copyFile(source, current);
+}
+
+}  // namespace qv

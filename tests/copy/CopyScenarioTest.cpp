@@ -1,0 +1,223 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "foundation/Base64.h"
+#include "support/ChannelPeer.h"
+#include "support/LoopDriver.h"
+#include "support/TestPeers.h"
+#include "shell/HeadlessView.h"
+#include "shell/RSSDownloadWindow.h"
+
+namespace qv {
+namespace {
+
+using Replies = std::vector<std::string>;
+namespace fs = std::filesystem;
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+void WriteFile(const std::string& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
+
+std::string Bytes(std::size_t size) {
+    std::string bytes(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>((i * 31 + i / 977) % 256);
+    return bytes;
+}
+
+std::string Locator(const std::string& path) { return std::string(Base64Encode(String(path)).Bytes()); }
+
+// The copy runs inside the dispatcher's action and waits on the clock in its
+// pause, so time here moves on at every reading of the clock.
+class CopyScenarioTest : public ::testing::Test {
+protected:
+    CopyScenarioTest() {
+        fs::create_directory(source);
+        fs::create_directory(target);
+        EXPECT_TRUE(test::RunUntil(loop, [&] { return window.ControlNamed<RSSDownloadWindow::QVIPCSocket>("QVIPCSocket").IsConnected(); }));
+    }
+
+    std::string CopyCommand(const std::string& from, const std::string& path, std::int64_t total,
+                            const std::string& reset = "true", const std::string& tag = "tag-1") {
+        return test::Command({{"Command", "CopyFile"},
+                              {"SrcFileInfo", Locator(from)},
+                              {"SrcFileInfoMD5", tag},
+                              {"DstFileInfo", Locator(target)},
+                              {"DstFilePath", path},
+                              {"StartTicks", std::to_string(Ticks(clock))},
+                              {"TotalSize", std::to_string(total)},
+                              {"isResetAmountTransferred", reset}});
+    }
+    // What the peer sent is read and queued.
+    void Deliver() {
+        for (int pass = 0; pass < 3; ++pass) loop.RunOnce(Duration::zero());
+    }
+    // One tick of the dispatcher: the head of the queue runs, a copy to its end.
+    Replies Tick() {
+        window.CommandDispatchTimer_Action();
+        return peer.Replies();
+    }
+    Replies Run(const std::string& command) {
+        peer.Send(command);
+        Deliver();
+        return Tick();
+    }
+    static std::string End(const std::string& status, const std::string& tag = "tag-1") {
+        return "Response: CopyFile\r\nSrcFileInfoMD5: " + tag + "\r\nStatus: " + status + "\r\nHTTPError: \r\n";
+    }
+    static std::string Progress(const std::string& barPos, const std::string& message, const std::string& tag = "tag-1") {
+        return "Response: CopyFile\r\nSrcFileInfoMD5: " + tag + "\r\nStatus: InProgress\r\nBarPos: " + barPos +
+               "\r\nMsgStr: " + message + "\r\nHTTPError: \r\n";
+    }
+
+    test::SteppingClock clock{std::chrono::milliseconds(25)};
+    RunLoop loop{clock};
+    test::TempDir dir;
+    std::string source = dir.File("source");
+    std::string target = dir.File("target");
+    HeadlessView view;
+    RSSDownloadWindow window{loop, clock, view, String(dir.File("qvipc"))};
+    test::ChannelPeer peer{dir.File("qvipc")};
+};
+
+TEST_F(CopyScenarioTest, AnEmptyFileGivesNoProgressOnlyTheEnd) {
+    WriteFile(source + "/empty", "");
+    EXPECT_EQ(Run(CopyCommand(source + "/empty", "empty.copy", 0)), Replies{End("Complete")});
+    EXPECT_TRUE(fs::exists(target + "/empty.copy"));
+    EXPECT_EQ(fs::file_size(target + "/empty.copy"), 0u);
+    EXPECT_FALSE(window.isCommandInProgress);
+    EXPECT_FALSE(window.isFileCopyInProgress);
+}
+
+TEST_F(CopyScenarioTest, ChunksOfTwoMebibytesWithTheFirstAlwaysReported) {
+    struct Case {
+        std::size_t size;
+        std::string progress;
+    };
+    const Case cases[] = {
+        {2097152, Progress("400", "2.0 MB of 2.0 MB, 00:00 elapsed")},
+        {2097153, Progress("400", "2.0 MB of 2.0 MB, 00:00 elapsed")},  // the 1 byte left comes unreported
+    };
+    for (const Case& c : cases) {
+        const std::string bytes = Bytes(c.size);
+        WriteFile(source + "/f", bytes);
+        EXPECT_EQ(Run(CopyCommand(source + "/f", "f", static_cast<std::int64_t>(c.size))),
+                  (Replies{c.progress, End("Complete")}))
+            << c.size;
+        EXPECT_TRUE(ReadFile(target + "/f") == bytes) << c.size;
+        EXPECT_EQ(window.AmountTransferred, static_cast<std::int64_t>(c.size));
+    }
+}
+
+TEST_F(CopyScenarioTest, SmallOrMissingTotalsDoNotTrap) {
+    WriteFile(source + "/k", Bytes(1000));
+    EXPECT_EQ(Run(CopyCommand(source + "/k", "k", 1000)),
+              (Replies{Progress("500", "1000.0 bytes of 1000.0 bytes, 00:00 elapsed"), End("Complete")}));
+    const Replies zero = Run(CopyCommand(source + "/k", "k", 0));
+    ASSERT_EQ(zero.size(), 2u);
+    EXPECT_NE(zero[0].find("\r\nBarPos: "), std::string::npos);
+    EXPECT_NE(zero[0].find("\r\nMsgStr: 1000.0 bytes of 0.0 bytes, 00:00 elapsed\r\n"), std::string::npos) << zero[0];
+    EXPECT_EQ(zero[1], End("Complete"));
+}
+
+TEST_F(CopyScenarioTest, TheRunningTotalCarriesAcrossCommandsUntilReset) {
+    WriteFile(source + "/a", Bytes(100));
+    WriteFile(source + "/b", Bytes(50));
+    Run(CopyCommand(source + "/a", "a", 150, "true"));
+    const Replies second = Run(CopyCommand(source + "/b", "b", 150, "no"));
+    ASSERT_FALSE(second.empty());
+    EXPECT_NE(second[0].find("MsgStr: 150.0 bytes of 150.0 bytes"), std::string::npos) << second[0];
+    EXPECT_EQ(window.AmountTransferred, 150);
+    Run(CopyCommand(source + "/b", "b", 150, "TRUE"));
+    EXPECT_EQ(window.AmountTransferred, 50);
+}
+
+TEST_F(CopyScenarioTest, AnAbortDuringThePauseDeletesTheDestination) {
+    WriteFile(source + "/big", Bytes(3 * 2097152));
+    peer.Send(CopyCommand(source + "/big", "big", 3 * 2097152));
+    Deliver();
+    peer.Send(test::Command({{"Command", "CopyFileAbort"}}));  // read during the copy's first pause
+    const Replies replies = Tick();
+    ASSERT_EQ(replies.size(), 2u);
+    EXPECT_NE(replies[0].find("Status: InProgress"), std::string::npos);
+    EXPECT_EQ(replies[1], End("Abort"));
+    EXPECT_FALSE(fs::exists(target + "/big"));
+    EXPECT_TRUE(window.CommandQueueItemArray.empty()) << "the abort never enters the queue";
+    EXPECT_EQ(fs::file_size(source + "/big"), 3u * 2097152);
+}
+
+TEST_F(CopyScenarioTest, AnAbortQueuedBehindACopyIsAnsweredAfterIt) {
+    WriteFile(source + "/f", Bytes(10));
+    peer.Send(CopyCommand(source + "/f", "f", 10, "true", "done-tag"));
+    peer.Send(test::Command({{"Command", "CopyFileAbort"}}));
+    Deliver();
+    EXPECT_EQ(Tick().back(), End("Complete", "done-tag"));
+    EXPECT_TRUE(fs::exists(target + "/f"));
+    EXPECT_EQ(Tick(), Replies{End("Abort", "done-tag")});
+}
+
+TEST_F(CopyScenarioTest, WhatStandsAtTheDestinationIsReplacedUnlessItCannotGo) {
+    WriteFile(source + "/f", "new");
+    WriteFile(target + "/file", "old");
+    fs::create_directory(target + "/empty");
+    fs::create_directory(target + "/full");
+    WriteFile(target + "/full/keep", "kept");
+    EXPECT_EQ(Run(CopyCommand(source + "/f", "file", 3)).back(), End("Complete"));
+    EXPECT_EQ(ReadFile(target + "/file"), "new");
+    EXPECT_EQ(Run(CopyCommand(source + "/f", "empty", 3)).back(), End("Complete"));
+    EXPECT_EQ(ReadFile(target + "/empty"), "new");
+    EXPECT_TRUE(Run(CopyCommand(source + "/f", "full", 3)).empty());
+    EXPECT_EQ(ReadFile(target + "/full/keep"), "kept");
+    EXPECT_FALSE(window.isCommandInProgress);
+}
+
+TEST_F(CopyScenarioTest, MissingFoldersAreMadeAlongThePath) {
+    WriteFile(source + "/f", "deep");
+    EXPECT_EQ(Run(CopyCommand(source + "/f", "a/b/c.txt", 4)).back(), End("Complete"));
+    EXPECT_EQ(ReadFile(target + "/a/b/c.txt"), "deep");
+}
+
+TEST_F(CopyScenarioTest, ImpossibleCopiesEndSilentlyAndNeverTouchTheSource) {
+    WriteFile(source + "/f", "precious");
+    fs::create_symlink(source + "/f", target + "/link");
+    struct Case {
+        const char* what;
+        std::string command;
+    };
+    const Case cases[] = {
+        {"a folder as the source", CopyCommand(source, "x", 1)},
+        {"a missing source", CopyCommand(source + "/missing", "x", 1)},
+        {"the source itself", CopyCommand(source + "/f", "../source/f", 8)},
+        {"the source through another spelling", CopyCommand(source + "/f", "../source/./f", 8)},
+        {"the source through a link", CopyCommand(source + "/f", "link", 8)},
+        {"an empty destination path", CopyCommand(source + "/f", "", 8)},
+    };
+    for (const Case& c : cases) {
+        EXPECT_TRUE(Run(c.command).empty()) << c.what;
+        EXPECT_FALSE(window.isCommandInProgress) << c.what;
+        EXPECT_EQ(ReadFile(source + "/f"), "precious") << c.what;
+    }
+    // The failed request still left its tag for an abort to report.
+    EXPECT_EQ(Run(test::Command({{"Command", "CopyFileAbort"}})), Replies{End("Abort")});
+}
+
+TEST_F(CopyScenarioTest, TheCompanionFileOfTheCopyIsRemoved) {
+    WriteFile(source + "/f", "data");
+    WriteFile(target + "/._f", "resource fork");
+    EXPECT_EQ(Run(CopyCommand(source + "/f", "f", 4)).back(), End("Complete"));
+    EXPECT_FALSE(fs::exists(target + "/._f"));
+}
+
+}  // namespace
+}  // namespace qv
