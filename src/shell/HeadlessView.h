@@ -39,6 +39,7 @@ public:
     // `echo` receives the log's entries; null for none.
     explicit HeadlessView(std::FILE* echo = nullptr) : echo_(echo) {}
 
+    void SetMenuBar(const MenuItem& /*menuBar*/) override {}  // nobody to choose from it
     void ApplyValues(const WindowValues& values) override { visible_ = values.Visible; }
     std::unique_ptr<EditField> MakeEditField(const EditFieldValues& values) override;
     bool Visible() const override { return visible_; }

@@ -17,6 +17,7 @@
 #include "http/HTTPSocket.h"
 #include "shell/Control.h"
 #include "shell/EditField.h"
+#include "shell/MenuBar1.h"
 #include "shell/WindowView.h"
 
 namespace qv {
@@ -128,6 +129,20 @@ public:
     virtual String getScaledSize(std::int64_t size);
     virtual String secondsToString(std::int32_t seconds);
 
+    // Menu bar (shell): the items of the window's menu bar by name.
+    const MenuItem* MenuBar() const { return menuBar_; }
+    virtual MenuItem& EditMenu();
+    virtual MenuItem& EditSelectAll();
+    virtual MenuItem& UntitledMenu0();
+    virtual MenuItem& EditClear();
+    virtual MenuItem& EditPaste();
+    virtual MenuItem& EditCopy();
+    virtual MenuItem& EditCut();
+    virtual MenuItem& UntitledMenu1();
+    virtual MenuItem& EditUndo();
+    virtual MenuItem& FileMenu();
+    virtual QuitMenuItem& FileQuit();
+
     // Ends the process with `code`; never returns to its caller.
     [[noreturn]] void Quit(std::int32_t code);
 
@@ -144,12 +159,18 @@ private:
     void pauseForEvents();
 
     template <class T>
+    T& MenuItemNamed(std::string_view name) const {
+        return Deref(dynamic_cast<T*>(Deref(menuBar_).Child(name)));
+    }
+
+    template <class T>
     T& AddControl(const char* name, std::unique_ptr<T> control);
 
     RunLoop& loop_;
     Clock& clock_;
     WindowView& view_;
     const String channelPath_;
+    const MenuItem* menuBar_ = nullptr;
     std::vector<std::pair<String, std::unique_ptr<Control>>> controls_;
 };
 

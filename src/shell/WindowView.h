@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "shell/EditField.h"
+#include "shell/MenuItem.h"
 #include "shell/ViewValues.h"
 
 namespace qv {
@@ -12,6 +13,7 @@ namespace qv {
 class WindowView {
 public:
     virtual ~WindowView() = default;
+    virtual void SetMenuBar(const MenuItem& menuBar) = 0;
     virtual void ApplyValues(const WindowValues& values) = 0;
     virtual std::unique_ptr<EditField> MakeEditField(const EditFieldValues& values) = 0;
     virtual bool Visible() const = 0;
