@@ -3,9 +3,14 @@
 #include <syslog.h>
 
 #include <csignal>
+#include <cstdio>
 
 #include "foundation/DebugLog.h"
+#include "shell/HeadlessView.h"
 #include "shell/RSSDownloadWindow.h"
+#if defined(QV_WITH_QT)
+#include "shell/qt/QtView.h"
+#endif
 
 namespace qv {
 
@@ -24,8 +29,17 @@ App::App() {
 App::~App() { closelog(); }
 
 int App::Run() {
+#if defined(QV_WITH_QT)
+    if (const auto screen = QtView::TryOpen(loop_)) return RunWith(*screen);
+#endif
+    // No window to look at: the log goes to standard error instead.
+    HeadlessView headless(stderr);
+    return RunWith(headless);
+}
+
+int App::RunWith(WindowView& view) {
     try {
-        RSSDownloadWindow window(loop_, clock_, view_, kChannelPath);
+        RSSDownloadWindow window(loop_, clock_, view, kChannelPath);
         loop_.Run();
     } catch (...) {
         // The last resort for start-up: logged, and the process ends as usual.

@@ -2,13 +2,14 @@
 
 #include "foundation/Clock.h"
 #include "foundation/RunLoop.h"
-#include "shell/HeadlessView.h"
 #include "shell/QuitOnSignal.h"
+#include "shell/WindowView.h"
 
 namespace qv {
 
 // The application object: it owns what lives as long as the process (the
-// clock, the loop, the view), makes the one window and runs the loop.
+// clock, the loop), puts the one window on a screen where there is one and
+// nowhere otherwise, and runs the loop.
 class App {
 public:
     App();
@@ -20,10 +21,11 @@ public:
     int Run();
 
 private:
+    int RunWith(WindowView& view);
+
     SystemClock clock_;
     RunLoop loop_{clock_};
     QuitOnSignal quitOnSignal_{loop_};
-    HeadlessView view_{stderr};
 };
 
 }  // namespace qv

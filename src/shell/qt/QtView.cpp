@@ -1,0 +1,130 @@
+#include "shell/qt/QtView.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QLayout>
+#include <QMainWindow>
+#include <QMenuBar>
+#include <QPlainTextEdit>
+#include <cstdlib>
+#include <string>
+
+#include "shell/qt/QtEditField.h"
+#include "shell/qt/QtWaitStep.h"
+
+namespace qv {
+
+namespace {
+
+// Closing the window hides it: the channel, and with it the assistant, lives on.
+class AssistantWindow final : public QMainWindow {
+protected:
+    void closeEvent(QCloseEvent* event) override {
+        event->ignore();
+        hide();
+    }
+};
+
+QString ToQString(const String& text) {
+    return QString::fromUtf8(text.Bytes().data(), static_cast<qsizetype>(text.Size()));
+}
+
+// "Cmd+Q" names the command key of a Mac; Qt calls that key Ctrl everywhere.
+QKeySequence Shortcut(const String& text) {
+    QString shortcut = ToQString(text);
+    shortcut.replace("Cmd+", "Ctrl+");
+    return QKeySequence(shortcut);
+}
+
+bool DisplayReachable() {
+    // The platform announces its display this way; nothing of ours is configured by it.
+    const char* x11 = std::getenv("DISPLAY");
+    const char* wayland = std::getenv("WAYLAND_DISPLAY");
+    return (x11 && *x11) || (wayland && *wayland);
+}
+
+}  // namespace
+
+std::unique_ptr<QtView> QtView::TryOpen(RunLoop& loop) {
+    if (!DisplayReachable()) return nullptr;
+    static int argc = 1;
+    static char name[] = "qvassistant";
+    static char* argv[] = {name, nullptr};
+    auto application = std::make_unique<QApplication>(argc, argv);
+    return std::unique_ptr<QtView>(new QtView(loop, std::move(application)));
+}
+
+QtView::QtView(RunLoop& loop, std::unique_ptr<QApplication> application)
+    : loop_(loop), application_(std::move(application)), window_(std::make_unique<AssistantWindow>()) {
+    window_->setCentralWidget(new QWidget());
+    loop_.SetWaitStep(std::make_unique<QtWaitStep>());
+}
+
+QtView::~QtView() {
+    window_.reset();
+    application_.reset();
+}
+
+void QtView::SetMenuBar(const MenuItem& menuBar) {
+    for (const auto& top : menuBar.Children()) AddMenu(*top, window_->menuBar()->addMenu(ToQString(top->Text)));
+}
+
+void QtView::AddMenu(const MenuItem& menu, QMenu* into) {
+    for (const auto& item : menu.Children()) {
+        if (item->IsSeparator()) {
+            into->addSeparator();
+            continue;
+        }
+        QAction* action = into->addAction(ToQString(item->Text));
+        action->setShortcut(Shortcut(item->KeyboardShortcut));
+        if (dynamic_cast<const QuitMenuItem*>(item.get())) {
+            QObject::connect(action, &QAction::triggered, [this] { loop_.Quit(0); });
+            continue;
+        }
+        // The usual text commands, on the one text control there is.
+        const std::string name(item->Name.Bytes());
+        QObject::connect(action, &QAction::triggered, [this, name] {
+            if (!log_) return;
+            if (name == "EditUndo") log_->undo();
+            if (name == "EditCut") log_->cut();
+            if (name == "EditCopy") log_->copy();
+            if (name == "EditPaste") log_->paste();
+            if (name == "EditClear") log_->textCursor().removeSelectedText();
+            if (name == "EditSelectAll") log_->selectAll();
+        });
+    }
+}
+
+void QtView::ApplyValues(const WindowValues& values) {
+    window_->setWindowTitle(ToQString(values.Title));
+    window_->centralWidget()->setFixedSize(values.Width, values.Height);
+    Qt::WindowFlags flags = Qt::Window | Qt::WindowTitleHint | Qt::WindowSystemMenuHint;
+    if (values.MinimizeButton) flags |= Qt::WindowMinimizeButtonHint;
+    if (values.MaximizeButton) flags |= Qt::WindowMaximizeButtonHint;
+    if (values.CloseButton) flags |= Qt::WindowCloseButtonHint;
+    window_->setWindowFlags(flags);
+    window_->menuBar()->setVisible(values.MenuBarVisible);
+    if (!values.Resizeable) window_->layout()->setSizeConstraint(QLayout::SetFixedSize);
+    window_->setVisible(values.Visible);
+}
+
+std::unique_ptr<EditField> QtView::MakeEditField(const EditFieldValues& values) {
+    log_ = new QPlainTextEdit(window_->centralWidget());
+    log_->setGeometry(values.Left, values.Top, values.Width, values.Height);
+    log_->setVerticalScrollBarPolicy(values.ScrollbarVertical ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAsNeeded);
+    log_->setHorizontalScrollBarPolicy(values.ScrollbarHorizontal ? Qt::ScrollBarAsNeeded : Qt::ScrollBarAlwaysOff);
+    log_->setLineWrapMode(values.Multiline ? QPlainTextEdit::WidgetWidth : QPlainTextEdit::NoWrap);
+    log_->setReadOnly(values.ReadOnly);
+    log_->setTabChangesFocus(!values.AcceptTabs);
+    log_->setPlainText(ToQString(values.Text));
+    log_->setVisible(values.Visible);
+    log_->setEnabled(values.Enabled);
+    return std::make_unique<QtEditField>(*log_);
+}
+
+bool QtView::Visible() const { return window_->isVisible(); }
+void QtView::Hide() { window_->hide(); }
+void QtView::Show() { window_->show(); }
+
+}  // namespace qv

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <memory>
+
+#include "foundation/RunLoop.h"
+#include "shell/WindowView.h"
+
+class QApplication;
+class QMainWindow;
+class QMenu;
+class QPlainTextEdit;
+
+namespace qv {
+
+// The window on a screen, with Qt Widgets: its menu bar acts on the log and
+// ends the application, and closing the window only hides it, since the
+// assistant goes on serving Quorvane without it.
+class QtView final : public WindowView {
+public:
+    // Nil when no display can be reached; then the assistant runs headless.
+    static std::unique_ptr<QtView> TryOpen(RunLoop& loop);
+    ~QtView() override;
+
+    void SetMenuBar(const MenuItem& menuBar) override;
+    void ApplyValues(const WindowValues& values) override;
+    std::unique_ptr<EditField> MakeEditField(const EditFieldValues& values) override;
+    bool Visible() const override;
+    void Hide() override;
+    void Show() override;
+
+private:
+    QtView(RunLoop& loop, std::unique_ptr<QApplication> application);
+    void AddMenu(const MenuItem& item, QMenu* into);
+
+    RunLoop& loop_;
+    std::unique_ptr<QApplication> application_;
+    std::unique_ptr<QMainWindow> window_;
+    QPlainTextEdit* log_ = nullptr;
+};
+
+}  // namespace qv
