@@ -46,12 +46,13 @@ bool DisplayReachable() {
 
 }  // namespace
 
-std::unique_ptr<QtView> QtView::TryOpen(RunLoop& loop) {
-    if (!DisplayReachable()) return nullptr;
+std::unique_ptr<QtView> QtView::TryOpen(RunLoop& loop) { return DisplayReachable() ? Open(loop) : nullptr; }
+
+std::unique_ptr<QtView> QtView::Open(RunLoop& loop) {
     static int argc = 1;
     static char name[] = "qvassistant";
     static char* argv[] = {name, nullptr};
-    auto application = std::make_unique<QApplication>(argc, argv);
+    auto application = QApplication::instance() ? nullptr : std::make_unique<QApplication>(argc, argv);
     return std::unique_ptr<QtView>(new QtView(loop, std::move(application)));
 }
 

@@ -19,6 +19,9 @@ class QtView final : public WindowView {
 public:
     // Nil when no display can be reached; then the assistant runs headless.
     static std::unique_ptr<QtView> TryOpen(RunLoop& loop);
+    // On whatever platform Qt is given, using the application object if one
+    // exists already.
+    static std::unique_ptr<QtView> Open(RunLoop& loop);
     ~QtView() override;
 
     void SetMenuBar(const MenuItem& menuBar) override;
