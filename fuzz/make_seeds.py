@@ -57,3 +57,29 @@ write("fuzz_codec", {
     "packed": packed(PAGE),
     "payload": base64.b64encode(packed(STATUS)),
 })
+
+
+def response_seed(piece_sizes: bytes, response: bytes, reset: bool = False, end_with_last: bool = False) -> bytes:
+    # Bits 0 to 2 of byte 0 count the piece sizes that follow; bit 3 asks for a
+    # reset, bit 4 for the end of the connection right behind the last piece.
+    flags = (8 if reset else 0) | (16 if end_with_last else 0)
+    return bytes([len(piece_sizes) | flags]) + piece_sizes + response
+
+
+OK_PAGE = (b"HTTP/1.0 200 OK\r\nContent-Type: text/html\r\nContent-Length: 13\r\n\r\n"
+           b"<html></html>")
+
+write("fuzz_http_response", {
+    "page-in-one-piece": response_seed(b"", OK_PAGE),
+    "page-byte-by-byte": response_seed(b"\x00", OK_PAGE),
+    "nothing-sent": response_seed(b"", b""),
+    "half-a-block": response_seed(b"\x07", b"HTTP/1.0 200 OK\r\nServer: test"),
+    "lf-block-crlf-body": response_seed(b"\x03\x10", b"HTTP/1.0 200 OK\nServer: test\n\nline\r\n\r\nmore"),
+    "crlf-lines-lflf-end": response_seed(b"", b"HTTP/1.0 301 Moved\r\nLocation: /new\n\nbody"),
+    "cr-only": response_seed(b"\x05", b"HTTP/1.0 404 Not Found\rServer: test\r\rgone"),
+    "unauthorized": response_seed(b"", b"HTTP/1.0 401 Unauthorized\r\nWWW-Authenticate: Basic realm=\"x\"\r\n\r\nno",
+                                  end_with_last=True),
+    "end-with-the-bytes": response_seed(b"", OK_PAGE, end_with_last=True),
+    "reset-mid-body": response_seed(b"\x20", OK_PAGE + b"<p>more</p>" * 8, reset=True),
+    "more-than-announced": response_seed(b"\x02\x30", b"HTTP/1.0 200 OK\r\nContent-length: 5\r\n\r\n123456789"),
+})

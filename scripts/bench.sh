@@ -1,15 +1,21 @@
 #!/usr/bin/env bash
-# Builds the benchmarks (RelWithDebInfo, in build/), runs them, and prints each
-# figure against its peer with its goal; fails when a goal is missed. Arguments
-# go to the benchmark binary, e.g. --benchmark_filter=Intake. See bench/README.md.
+# Builds the benchmarks (RelWithDebInfo, in build/ or $QV_BENCH_BUILD), runs
+# them, and prints each figure against its peer with its goal; fails when a
+# goal is missed. Arguments go to the benchmark binary, e.g.
+# --benchmark_filter=Intake. The benchmarks start their own nginx on loopback
+# and stop it again. See bench/README.md.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/setup.sh
-cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build --target qvbench
+build=${QV_BENCH_BUILD:-build}
 
-build/bin/qvbench --benchmark_repetitions=3 --benchmark_report_aggregates_only=true \
-  --benchmark_out=build/bench.json --benchmark_out_format=json "$@"
+scripts/setup.sh
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake --build "$build" --target qvbench qvbench_memory
+
+"$build/bin/qvbench" --benchmark_repetitions=3 --benchmark_report_aggregates_only=true \
+  --benchmark_out="$build/bench.json" --benchmark_out_format=json "$@"
+# Peak memory in processes of their own: one line of JSON per page kind.
+for page in html noise; do "$build/bin/qvbench_memory" "$page"; done >"$build/memory.json"
 echo
-python3 bench/report.py build/bench.json
+python3 bench/report.py "$build/bench.json" "$build/memory.json"

@@ -11,6 +11,7 @@ packages=(
   libbenchmark-dev                   # the benchmarks
   clang libclang-rt-14-dev           # the fuzz targets (libFuzzer, sanitizers)
   nginx-light                        # the real web server of the process tests
+  curl                               # the peer of the HTTP receive benchmark
   qt6-base-dev                       # the window (without it the build is headless)
   xvfb xdotool xclip imagemagick     # the window's tests on a virtual screen
 )

@@ -17,7 +17,11 @@ public:
     void Clear();
 
 private:
+    // Appends to the growing text, making room ahead first when it is full.
+    void Grow(const String& bytes);
+
     StringBuilder growing_;
+    std::size_t room_ = 0;
     String text_;
     bool frozen_ = false;
 };
