@@ -39,8 +39,10 @@ void ByteQueue::Drop(std::size_t count) {
 }
 
 void ByteQueue::Clear() {
-    // A large frame once must not hold its memory for the rest of the connection.
-    constexpr std::size_t kKeptCapacity = 1024 * 1024;
+    // Room for the frames and pages of everyday use is kept, so that a stream
+    // of them does not allocate afresh for each; an outsized one once must not
+    // hold its memory for the rest of the connection.
+    constexpr std::size_t kKeptCapacity = 64 * 1024 * 1024;
     if (data_.capacity() > kKeptCapacity) {
         std::string().swap(data_);
     } else {
