@@ -12,6 +12,8 @@ using std::chrono::seconds;
 // The assistant's dispatcher runs every 2 s, so each wait leaves room for a tick.
 constexpr Duration kReplyWait = seconds(5);
 constexpr Duration kLinger = seconds(3);
+// The assistant's own watchdog answers every fetch within 60 s.
+constexpr Duration kFetchWait = seconds(70);
 
 Command Word(const char* word, WaitFor waitFor, Duration wait) {
     return {{{"Command", word}}, waitFor, wait};
@@ -29,6 +31,20 @@ Command CommandFor(const Options& options) {
             return Word("Hide", WaitFor::NoReply, kLinger);
         case Action::Abort:
             return Word("CopyFileAbort", WaitFor::FirstReply, kReplyWait);
+        case Action::Get:
+            return {
+                {{"Command", "GetPageURL"}, {"GetPageURL", options.url}}, WaitFor::FirstReply, kFetchWait};
+        case Action::Headers:
+            return {{{"Command", "GetHeadersURL"}, {"GetHeadersURL", options.url}},
+                    WaitFor::FirstReply,
+                    kFetchWait};
+        case Action::News:
+            return {{{"Command", "GetNews"},
+                     {"WebAddress", options.url},
+                     {"DateStr", options.date.value_or("")},
+                     {"GOIStr", options.goi.value_or("")}},
+                    WaitFor::FirstReply,
+                    kFetchWait};
         case Action::Send:
             break;
     }

@@ -3,7 +3,7 @@
 namespace qv::ctl {
 
 std::string_view HelpText() {
-    return R"(Usage: qvctl [OPTIONS] COMMAND [NAME=VALUE...]
+    return R"(Usage: qvctl [OPTIONS] COMMAND [ARGUMENTS]
 
 Sends one command to the running QVAssistant over its local channel and
 prints each reply.
@@ -13,6 +13,11 @@ Commands:
   show                Command "Show"; no reply comes.
   hide                Command "Hide"; no reply comes.
   abort               Command "CopyFileAbort"; waits for the copy end report.
+  get URL             Command "GetPageURL": the assistant fetches the page.
+  headers URL         Command "GetHeadersURL": only the headers of the page.
+  news URL [--date TEXT] [--goi TEXT]
+                      Command "GetNews": the assistant posts a form with
+                      the keys date and goi to URL (empty when not given).
   send NAME=VALUE...  Any command: each pair becomes one line "NAME:VALUE"
                       ended by CR, in the order given. The name ends at the
                       first "=", so a value may hold "=". Put "--" before a
@@ -23,6 +28,8 @@ Options:
   --wait SECONDS      How long to wait, 0 to 86400, fractions allowed:
                         status, abort: at most this long for the reply
                           (default 5); qvctl ends as soon as it is in.
+                        get, headers, news: the same (default 70, since the
+                          assistant gives up on a fetch after 60).
                         show, hide: how long to stay connected (default 3).
                         send: how long to collect replies (default 5).
   --raw               Show every byte: CR as \r, LF as \n and a line break,
@@ -34,9 +41,21 @@ Options:
                       each cut at its first ": " (a line without one is all
                       name, with an empty value); the body is everything
                       behind the empty line, "" when there is none.
+  --output FILE       get, headers, news: the body goes to FILE instead of
+                      standard output. FILE is created or emptied first, as
+                      a shell redirection would do. Not with --json.
   -h, --help          This text.
 
 Without --raw or --json a reply is printed as it is: its lines end in CR LF.
+
+The reply to get, headers and news is split: its lines go to standard error
+(as they are, or with --raw made visible), and the body of a page, behind the
+empty line, goes to standard output as raw bytes, so that
+"qvctl get URL > page.html" saves exactly the page. headers brings no body.
+A page with any HTTP status, 404 included, is a page. The timeout report
+(HTTPError: 1) and the error report (a single line "HTTPError: CODE") go to
+standard error and qvctl exits with 4. With --json the whole reply goes to
+standard output as its JSON line, the body in Base64.
 
 The assistant accepts exactly one peer and ends when that peer leaves, so it
 ends when qvctl exits. It runs commands only every 2 seconds, which is why
@@ -48,6 +67,8 @@ Exit status:
   1  the arguments are wrong
   2  no reply in time
   3  the assistant cannot be reached, or it went away before the reply
+  4  get, headers, news: the fetch failed (timeout or error report)
+  5  the body cannot be written (--output or standard output)
 )";
 }
 

@@ -17,7 +17,20 @@ std::optional<Action> ActionNamed(std::string_view word) {
     if (word == "hide") return Action::Hide;
     if (word == "abort") return Action::Abort;
     if (word == "send") return Action::Send;
+    if (word == "get") return Action::Get;
+    if (word == "headers") return Action::Headers;
+    if (word == "news") return Action::News;
     return std::nullopt;
+}
+
+std::string Quoted(std::string_view text) {
+    return "'" + std::string(text) + "'";
+}
+
+// A CR would end the command line early and start another field.
+std::optional<UsageError> CheckLineValue(std::string_view what, std::string_view value) {
+    if (value.find('\r') == std::string_view::npos) return std::nullopt;
+    return UsageError{std::string(what) + " cannot hold a CR"};
 }
 
 std::optional<Duration> ParseSeconds(std::string_view text) {
@@ -30,26 +43,46 @@ std::optional<Duration> ParseSeconds(std::string_view text) {
     return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(seconds));
 }
 
-// Everything after the options: the command word and, for send, its fields.
+// Everything after the options: the command word and its arguments.
 std::variant<Options, UsageError> ApplyOperands(Options options, std::span<const std::string_view> operands) {
     if (operands.empty()) return UsageError{"no command given"};
-    const auto action = ActionNamed(operands.front());
-    if (!action) return UsageError{"unknown command '" + std::string(operands.front()) + "'"};
+    const std::string_view word = operands.front();
+    const auto action = ActionNamed(word);
+    if (!action) return UsageError{"unknown command " + Quoted(word)};
     options.action = *action;
     const auto rest = operands.subspan(1);
+    if (IsFetch(*action)) {
+        if (rest.size() != 1 || rest.front().empty()) return UsageError{std::string(word) + " needs one URL"};
+        if (auto error = CheckLineValue("the URL", rest.front())) return *error;
+        options.url = std::string(rest.front());
+        return options;
+    }
     if (*action != Action::Send) {
-        if (!rest.empty()) return UsageError{"'" + std::string(operands.front()) + "' takes no arguments"};
+        if (!rest.empty()) return UsageError{Quoted(word) + " takes no arguments"};
         return options;
     }
     if (rest.empty()) return UsageError{"send needs at least one NAME=VALUE"};
     for (const std::string_view pair : rest) {
         const auto equals = pair.find('=');
-        if (equals == std::string_view::npos || equals == 0) {
-            return UsageError{"'" + std::string(pair) + "' is not NAME=VALUE"};
-        }
+        if (equals == std::string_view::npos || equals == 0)
+            return UsageError{Quoted(pair) + " is not NAME=VALUE"};
         options.fields.push_back({std::string(pair.substr(0, equals)), std::string(pair.substr(equals + 1))});
     }
     return options;
+}
+
+// The options that only some commands take.
+std::optional<UsageError> CheckOptionsFitTheCommand(const Options& options) {
+    if ((options.date || options.goi) && options.action != Action::News) {
+        return UsageError{"--date and --goi belong to news"};
+    }
+    if (options.outputPath && !IsFetch(options.action))
+        return UsageError{"--output belongs to get, headers and news"};
+    if (options.outputPath && options.output == OutputMode::Json) {
+        return UsageError{"--output and --json exclude each other"};
+    }
+    if (auto error = CheckLineValue("--date", options.date.value_or(""))) return error;
+    return CheckLineValue("--goi", options.goi.value_or(""));
 }
 
 }  // namespace
@@ -83,8 +116,10 @@ std::variant<Options, UsageError> ParseOptions(std::span<const std::string_view>
         }
         const auto equals = arg.find('=');
         const std::string_view name = arg.substr(0, equals);
-        if (name != "--socket" && name != "--wait")
-            return UsageError{"unknown option '" + std::string(arg) + "'"};
+        if (name != "--socket" && name != "--wait" && name != "--date" && name != "--goi" &&
+            name != "--output") {
+            return UsageError{"unknown option " + Quoted(arg)};
+        }
         std::string_view value;
         if (equals != std::string_view::npos) {
             value = arg.substr(equals + 1);
@@ -93,19 +128,35 @@ std::variant<Options, UsageError> ParseOptions(std::span<const std::string_view>
         } else {
             return UsageError{std::string(name) + " needs a value"};
         }
+        if ((name == "--socket" || name == "--output") && value.empty()) {
+            return UsageError{std::string(name) + " needs a path"};
+        }
         if (name == "--socket") {
-            if (value.empty()) return UsageError{"--socket needs a path"};
             options.socketPath = std::string(value);
+        } else if (name == "--output") {
+            options.outputPath = std::string(value);
+        } else if (name == "--date") {
+            options.date = std::string(value);
+        } else if (name == "--goi") {
+            options.goi = std::string(value);
         } else {
             options.wait = ParseSeconds(value);
             if (!options.wait)
-                return UsageError{"--wait takes seconds from 0 to 86400, not '" + std::string(value) + "'"};
+                return UsageError{"--wait takes seconds from 0 to 86400, not " + Quoted(value)};
         }
     }
     if (options.help) return options;
     if (raw && json) return UsageError{"--raw and --json exclude each other"};
     options.output = raw ? OutputMode::Raw : json ? OutputMode::Json : OutputMode::Text;
-    return ApplyOperands(std::move(options), operands);
+    auto applied = ApplyOperands(std::move(options), operands);
+    if (const auto* complete = std::get_if<Options>(&applied)) {
+        if (auto error = CheckOptionsFitTheCommand(*complete)) return *error;
+    }
+    return applied;
+}
+
+bool IsFetch(Action action) {
+    return action == Action::Get || action == Action::Headers || action == Action::News;
 }
 
 }  // namespace qv::ctl

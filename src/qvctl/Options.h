@@ -13,7 +13,11 @@ namespace qv::ctl {
 
 inline constexpr std::string_view kDefaultSocketPath = "/tmp/qvipc";
 
-enum class Action { Status, Show, Hide, Abort, Send };
+enum class Action { Status, Show, Hide, Abort, Send, Get, Headers, News };
+
+// get, headers and news: one fetch by the assistant, answered by one report.
+bool IsFetch(Action action);
+
 enum class OutputMode { Text, Raw, Json };
 
 // One line of a command: its name and its value, as given on the command line.
@@ -26,6 +30,13 @@ struct Options {
     Action action = Action::Status;
     // The NAME=VALUE pairs of `send`, in the order given; empty for the others.
     std::vector<Field> fields;
+    // The address of get, headers and news.
+    std::string url;
+    // --date and --goi: the form of news.
+    std::optional<std::string> date;
+    std::optional<std::string> goi;
+    // --output: where the body of a fetched page goes instead of standard output.
+    std::optional<std::string> outputPath;
     std::string socketPath{kDefaultSocketPath};
     // --wait; without it each command has its own default.
     std::optional<Duration> wait;
@@ -39,7 +50,9 @@ struct UsageError {
 
 // Reads the arguments behind the program name. Options may stand before or
 // after the command; "--" ends the options, so a field of `send` may begin
-// with "--". An option's value may follow it or be joined with "=".
+// with "--". An option's value may follow it or be joined with "=". The
+// values of get, headers and news go into command lines ended by CR, so they
+// cannot hold one.
 std::variant<Options, UsageError> ParseOptions(std::span<const std::string_view> args);
 
 }  // namespace qv::ctl

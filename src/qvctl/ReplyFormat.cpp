@@ -2,18 +2,14 @@
 
 #include <cstdio>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 #include "foundation/Base64.h"
 #include "qvctl/JsonText.h"
+#include "qvctl/Report.h"
 
 namespace qv::ctl {
 
 namespace {
-
-constexpr std::string_view kLineEnd = "\r\n";
-constexpr std::string_view kNameEnd = ": ";
 
 void EndWithLineBreak(std::string& out) {
     if (out.empty() || out.back() != '\n') out += '\n';
@@ -41,44 +37,20 @@ std::string RenderRaw(std::string_view bytes) {
     return out;
 }
 
-struct ReplyParts {
-    std::vector<std::pair<std::string_view, std::string_view>> fields;
-    std::string_view body;
-};
-
-ReplyParts SplitReply(std::string_view text) {
-    ReplyParts parts;
-    while (!text.empty()) {
-        const auto lineEnd = text.find(kLineEnd);
-        const std::string_view line = text.substr(0, lineEnd);
-        text.remove_prefix(lineEnd == std::string_view::npos ? text.size() : lineEnd + kLineEnd.size());
-        if (line.empty()) {
-            parts.body = text;
-            break;
-        }
-        const auto nameEnd = line.find(kNameEnd);
-        if (nameEnd == std::string_view::npos) {
-            parts.fields.emplace_back(line, std::string_view());
-        } else {
-            parts.fields.emplace_back(line.substr(0, nameEnd), line.substr(nameEnd + kNameEnd.size()));
-        }
-    }
-    return parts;
-}
-
 std::string RenderJson(std::string_view bytes) {
-    const ReplyParts parts = SplitReply(bytes);
+    const ReportParts parts = SplitReport(bytes);
+    const auto fields = ReportFields(parts.lines);
     std::string out = "{\"fields\":[";
-    for (std::size_t i = 0; i < parts.fields.size(); ++i) {
+    for (std::size_t i = 0; i < fields.size(); ++i) {
         if (i > 0) out += ',';
         out += "{\"name\":";
-        AppendJsonString(out, parts.fields[i].first);
+        AppendJsonString(out, fields[i].first);
         out += ",\"value\":";
-        AppendJsonString(out, parts.fields[i].second);
+        AppendJsonString(out, fields[i].second);
         out += '}';
     }
     out += "],\"body\":\"";
-    AppendBase64(out, parts.body);
+    AppendBase64(out, parts.body.value_or(""));
     out += "\"}\n";
     return out;
 }

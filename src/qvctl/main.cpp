@@ -1,3 +1,4 @@
+#include <fstream>
 #include <iostream>
 #include <string_view>
 #include <variant>
@@ -5,6 +6,7 @@
 
 #include "foundation/Clock.h"
 #include "foundation/RunLoop.h"
+#include "qvctl/FetchReply.h"
 #include "qvctl/Help.h"
 #include "qvctl/Options.h"
 #include "qvctl/ReplyFormat.h"
@@ -12,7 +14,10 @@
 
 int main(int argc, char** argv) {
     using namespace qv::ctl;
+    // Beside the session's outcomes (0, 2, 3).
     constexpr int kUsageStatus = 1;
+    constexpr int kFetchFailedStatus = 4;
+    constexpr int kOutputFailedStatus = 5;
 
     const std::vector<std::string_view> args(argv + 1, argv + argc);
     const auto parsed = ParseOptions(args);
@@ -26,16 +31,41 @@ int main(int argc, char** argv) {
         return 0;
     }
 
+    // Opened before the fetch, as a shell redirection would be, so that a path
+    // that cannot be written costs no wait.
+    std::ofstream file;
+    if (options.outputPath) file.open(*options.outputPath, std::ios::binary | std::ios::trunc);
+    std::ostream& bodyOut = options.outputPath ? file : std::cout;
+    const std::string_view bodyTarget =
+        options.outputPath ? std::string_view(*options.outputPath) : "standard output";
+    if (!bodyOut) {
+        std::cerr << "qvctl: cannot write " << bodyTarget << "\n";
+        return kOutputFailedStatus;
+    }
+
     qv::SystemClock clock;
     qv::RunLoop loop(clock);
     Session session(loop, PlanFor(options));
+    bool fetchFailed = false;
     session.onReply = [&](const qv::String& messageText) {
-        std::cout << RenderReply(messageText, options.output) << std::flush;
+        if (!IsFetch(options.action)) {
+            std::cout << RenderReply(messageText, options.output) << std::flush;
+            return;
+        }
+        const FetchPrintout printout = RenderFetchReply(messageText, options.output);
+        std::cerr << printout.lines << std::flush;
+        bodyOut << printout.body << std::flush;
+        fetchFailed = !printout.delivered;
     };
     const Outcome outcome = RunSession(loop, session);
     if (outcome == Outcome::NoReply) std::cerr << "qvctl: no reply in time\n";
     if (outcome == Outcome::Unreachable) {
         std::cerr << "qvctl: cannot reach the assistant at " << options.socketPath << "\n";
     }
-    return static_cast<int>(outcome);
+    if (outcome != Outcome::Done) return static_cast<int>(outcome);
+    if (!bodyOut) {
+        std::cerr << "qvctl: cannot write " << bodyTarget << "\n";
+        return kOutputFailedStatus;
+    }
+    return fetchFailed ? kFetchFailedStatus : 0;
 }

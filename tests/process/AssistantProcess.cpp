@@ -44,7 +44,8 @@ AssistantProcess::~AssistantProcess() {
 bool AssistantProcess::WaitForOutput(const std::string& text, int limitMs) {
     const auto deadline = Clock::now() + std::chrono::milliseconds(limitMs);
     while (output_.find(text) == std::string::npos) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
         pollfd ready{stderr_, POLLIN, 0};
         if (left <= 0 || poll(&ready, 1, static_cast<int>(left)) != 1) return false;
         char buffer[4096];
@@ -91,6 +92,10 @@ std::optional<int> AssistantProcess::Terminate() {
         WaitForExit(5000);
     }
     return status_;
+}
+
+bool ExitedWithZero(const std::optional<int>& status) {
+    return status && WIFEXITED(*status) && WEXITSTATUS(*status) == 0;
 }
 
 }  // namespace qv::test

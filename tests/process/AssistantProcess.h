@@ -34,4 +34,7 @@ private:
     std::optional<int> status_;
 };
 
+// True for a wait status of a normal exit with status 0.
+bool ExitedWithZero(const std::optional<int>& status);
+
 }  // namespace qv::test

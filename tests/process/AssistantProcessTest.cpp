@@ -2,7 +2,6 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -18,10 +17,6 @@ namespace qv {
 namespace {
 
 const std::string kChannel = "/tmp/qvipc";
-
-bool ExitedWithZero(const std::optional<int>& status) {
-    return status && WIFEXITED(*status) && WEXITSTATUS(*status) == 0;
-}
 
 std::optional<struct stat> StatOf(const std::string& path) {
     struct stat info {};
@@ -63,7 +58,7 @@ TEST_F(AssistantProcessTest, WithoutAPeerItStaysUpListeningOnAPrivateSocket) {
     EXPECT_EQ(info->st_mode & 0777, 0600u);
     EXPECT_EQ(assistant.Output(), "Connecting to Quorvane...\n");
 
-    EXPECT_TRUE(ExitedWithZero(assistant.Terminate()));
+    EXPECT_TRUE(test::ExitedWithZero(assistant.Terminate()));
     EXPECT_FALSE(StatOf(kChannel)) << "the socket file goes with the process";
 }
 
@@ -72,7 +67,7 @@ TEST_F(AssistantProcessTest, APeerThatConnectsAndLeavesEndsItWithStatusZeroWithi
     WaitUntilListening(assistant);
     const int peer = ConnectPeer(assistant);
     close(peer);
-    EXPECT_TRUE(ExitedWithZero(assistant.WaitForExit(1000)));
+    EXPECT_TRUE(test::ExitedWithZero(assistant.WaitForExit(1000)));
     EXPECT_FALSE(StatOf(kChannel));
 }
 
@@ -90,7 +85,7 @@ TEST_F(AssistantProcessTest, AStaleSocketFileIsTakenOver) {
     WaitUntilListening(assistant);
     const int peer = ConnectPeer(assistant);
     close(peer);
-    EXPECT_TRUE(ExitedWithZero(assistant.WaitForExit(1000)));
+    EXPECT_TRUE(test::ExitedWithZero(assistant.WaitForExit(1000)));
 }
 
 TEST_F(AssistantProcessTest, ASecondInstanceEndsAndLeavesTheFirstAlone) {
@@ -102,14 +97,14 @@ TEST_F(AssistantProcessTest, ASecondInstanceEndsAndLeavesTheFirstAlone) {
         const ino_t inode = StatOf(kChannel)->st_ino;
 
         test::AssistantProcess second;
-        EXPECT_TRUE(ExitedWithZero(second.WaitForExit(5000)));
+        EXPECT_TRUE(test::ExitedWithZero(second.WaitForExit(5000)));
 
         EXPECT_FALSE(first.WaitForExit(200)) << "the first instance must live on";
         ASSERT_TRUE(StatOf(kChannel));
         EXPECT_EQ(StatOf(kChannel)->st_ino, inode);
         const int peer = firstHasItsPeer ? earlyPeer : ConnectPeer(first);
         close(peer);
-        EXPECT_TRUE(ExitedWithZero(first.WaitForExit(1000)));
+        EXPECT_TRUE(test::ExitedWithZero(first.WaitForExit(1000)));
     }
 }
 
@@ -134,7 +129,7 @@ TEST_F(AssistantProcessTest, WhatIsNotItsSocketAtThePathIsLeftAsItIs) {
         std::filesystem::remove_all(kChannel);
         c.make();
         test::AssistantProcess assistant;
-        EXPECT_TRUE(ExitedWithZero(assistant.WaitForExit(5000)));
+        EXPECT_TRUE(test::ExitedWithZero(assistant.WaitForExit(5000)));
         const auto info = StatOf(kChannel);
         ASSERT_TRUE(info);
         EXPECT_TRUE(c.unchanged(*info));

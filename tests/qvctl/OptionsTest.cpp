@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -42,6 +44,48 @@ TEST(QvctlOptionsTest, SendKeepsItsPairsInOrderCutAtTheFirstEquals) {
     EXPECT_EQ(options.fields[1].value, "http://x/?a=b");
     EXPECT_EQ(options.fields[2].name, "--odd");
     EXPECT_EQ(options.fields[2].value, "");
+}
+
+TEST(QvctlOptionsTest, FetchCommandsTakeOneUrlAndTheirOwnOptions) {
+    struct Case {
+        Args args;
+        Action action;
+        std::string url;
+        std::optional<std::string> date;
+        std::optional<std::string> goi;
+        std::optional<std::string> outputPath;
+    };
+    const Case cases[] = {
+        {{"get", "http://127.0.0.1:8080/a?b=c"}, Action::Get, "http://127.0.0.1:8080/a?b=c", {}, {}, {}},
+        {{"--output", "page.html", "get", "http://h/"}, Action::Get, "http://h/", {}, {}, "page.html"},
+        {{"headers", "http://h/", "--output=h.txt"}, Action::Headers, "http://h/", {}, {}, "h.txt"},
+        {{"news", "http://h/news?x=1"}, Action::News, "http://h/news?x=1", {}, {}, {}},
+        {{"news", "--date", "2026-11-22 10:00", "http://h/", "--goi=a=b&c"},
+         Action::News,
+         "http://h/",
+         "2026-11-22 10:00",
+         "a=b&c",
+         {}},
+        {{"news", "http://h/", "--date=", "--goi", "-x"}, Action::News, "http://h/", "", "-x", {}},
+        {{"get", "--", "-odd"}, Action::Get, "-odd", {}, {}, {}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.args));
+        const Options options = ParseOk(c.args);
+        EXPECT_EQ(options.action, c.action);
+        EXPECT_EQ(options.url, c.url);
+        EXPECT_EQ(options.date, c.date);
+        EXPECT_EQ(options.goi, c.goi);
+        EXPECT_EQ(options.outputPath, c.outputPath);
+        EXPECT_TRUE(options.fields.empty());
+    }
+}
+
+TEST(QvctlOptionsTest, OnlyFetchCommandsAreFetches) {
+    for (const Action action : {Action::Get, Action::Headers, Action::News}) EXPECT_TRUE(IsFetch(action));
+    for (const Action action : {Action::Status, Action::Show, Action::Hide, Action::Abort, Action::Send}) {
+        EXPECT_FALSE(IsFetch(action));
+    }
 }
 
 TEST(QvctlOptionsTest, OptionsStandBeforeOrAfterTheCommandInEitherForm) {
@@ -87,6 +131,21 @@ TEST(QvctlOptionsTest, BadInputIsAUsageError) {
         {"status", "--wait", "nan"},
         {"status", "--wait", "86401"},
         {"status", "--raw", "--json"},
+        {"get"},
+        {"get", ""},
+        {"get", "http://a/", "http://b/"},
+        {"headers"},
+        {"news"},
+        {"news", "--date"},
+        {"get", "http://a/\rCommand:Status"},
+        {"news", "http://a/", "--date", "a\rb"},
+        {"news", "http://a/", "--goi=\r"},
+        {"get", "http://a/", "--date", "x"},
+        {"headers", "http://a/", "--goi", "x"},
+        {"status", "--output", "f"},
+        {"send", "--output", "f", "Command=GetPageURL"},
+        {"get", "http://a/", "--output", ""},
+        {"get", "http://a/", "--output", "f", "--json"},
     };
     for (const Args& args : cases) {
         SCOPED_TRACE(testing::PrintToString(args));
