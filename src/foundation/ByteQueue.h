@@ -17,6 +17,8 @@ public:
     std::string_view View() const { return std::string_view(data_).substr(head_); }
 
     void Append(std::string_view bytes) { data_.append(bytes); }
+    // Room for `bytes` more, so that a run of appends does not regrow and copy.
+    void Reserve(std::size_t bytes) { data_.reserve(data_.size() + bytes); }
     // Reads up to `max` bytes from `fd` straight onto the end; read(2)'s result.
     long AppendFrom(int fd, std::size_t max);
 

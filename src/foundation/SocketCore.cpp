@@ -166,6 +166,7 @@ void SocketCore::FinishConnect() {
 }
 
 void SocketCore::ReadInput() {
+    input_.Reserve(kReadBudget);
     std::size_t taken = 0;
     while (taken < kReadBudget) {
         const long got = input_.AppendFrom(fd_, kReadPiece);
