@@ -11,11 +11,16 @@ build=${QV_BENCH_BUILD:-build}
 
 scripts/setup.sh
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build "$build" --target qvbench qvbench_memory
+cmake --build "$build" --target qvbench qvbench_memory qvcopybench
 
 "$build/bin/qvbench" --benchmark_repetitions=3 --benchmark_report_aggregates_only=true \
   --benchmark_out="$build/bench.json" --benchmark_out_format=json "$@"
 # Peak memory in processes of their own: one line of JSON per page kind.
 for page in html noise; do "$build/bin/qvbench_memory" "$page"; done >"$build/memory.json"
+# Whole 1 GiB copies against cp's, and the CPU of the copy's pauses.
+"$build/bin/qvcopybench" "$build/copy.json"
 echo
-python3 bench/report.py "$build/bench.json" "$build/memory.json"
+status=0
+python3 bench/report.py "$build/bench.json" "$build/memory.json" || status=1
+python3 bench/copy_report.py "$build/copy.json" || status=1
+exit $status

@@ -46,6 +46,7 @@ Command CommandFor(const Options& options) {
                     WaitFor::FirstReply,
                     kFetchWait};
         case Action::Send:
+        case Action::Copy:  // RunCopy builds its command once it has looked at the files
             break;
     }
     return {options.fields, WaitFor::EveryReply, kReplyWait};

@@ -18,6 +18,9 @@ enum class WaitFor {
     NoReply,
     // Unknown: every reply that comes within the wait.
     EveryReply,
+    // Replies until the one that the plan's isLast picks out: a copy reports
+    // its progress before the end report that it is waited for.
+    LastReply,
 };
 
 struct Command {

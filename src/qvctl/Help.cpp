@@ -18,6 +18,17 @@ Commands:
   news URL [--date TEXT] [--goi TEXT]
                       Command "GetNews": the assistant posts a form with
                       the keys date and goi to URL (empty when not given).
+  copy SOURCE DEST_FOLDER DEST_PATH [--total BYTES] [--md5 TAG] [--no-reset]
+                      Command "CopyFile": the assistant copies the file
+                      SOURCE to DEST_PATH ("a/b/c.txt") below the folder
+                      DEST_FOLDER, making missing folders, and reports its
+                      progress about once a second until the end report.
+                      --total: the bytes the progress counts against
+                      (default SOURCE's size); --md5: the tag that every
+                      report echoes (default "qvctl"); --no-reset: the
+                      assistant's byte count goes on from the copy before.
+                      Ctrl-C asks the assistant to abort and waits for the
+                      end report; a second Ctrl-C leaves at once.
   send NAME=VALUE...  Any command: each pair becomes one line "NAME:VALUE"
                       ended by CR, in the order given. The name ends at the
                       first "=", so a value may hold "=". Put "--" before a
@@ -32,6 +43,8 @@ Options:
                           assistant gives up on a fetch after 60).
                         show, hide: how long to stay connected (default 3).
                         send: how long to collect replies (default 5).
+                        copy: at most this long for the end report
+                          (default: no limit).
   --raw               Show every byte: CR as \r, LF as \n and a line break,
                       a backslash as \\, other control bytes as \xHH.
   --json              One JSON object per reply, on one line:
@@ -57,18 +70,29 @@ A page with any HTTP status, 404 included, is a page. The timeout report
 standard error and qvctl exits with 4. With --json the whole reply goes to
 standard output as its JSON line, the body in Base64.
 
+copy sends SOURCE and DEST_FOLDER as absolute paths. The assistant answers a
+copy that it cannot start with nothing at all, so qvctl first checks that
+SOURCE is a file and DEST_FOLDER a folder. On a terminal, without --raw or
+--json, the progress reports redraw one bar in place and the end report is
+printed as it is; elsewhere every report is printed as a reply. A Ctrl-C
+before the first progress report is held until it comes: the assistant runs
+one command at a time, and an abort sent earlier would wait behind the copy
+and stop nothing.
+
 The assistant accepts exactly one peer and ends when that peer leaves, so it
 ends when qvctl exits. It runs commands only every 2 seconds, which is why
 show and hide stay connected for a while before qvctl exits.
 
 Exit status:
   0  the reply came (show, hide: the connection stayed up for the whole wait;
-     send: at least one reply came)
-  1  the arguments are wrong
+     send: at least one reply came; copy: "Status: Complete")
+  1  the arguments are wrong (copy: also SOURCE not a file, DEST_FOLDER not
+     a folder)
   2  no reply in time
   3  the assistant cannot be reached, or it went away before the reply
   4  get, headers, news: the fetch failed (timeout or error report)
   5  the body cannot be written (--output or standard output)
+  6  copy: the end report says "Status: Abort"
 )";
 }
 

@@ -1,8 +1,10 @@
 #include "qvctl/Options.h"
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 
 namespace qv::ctl {
 
@@ -20,6 +22,7 @@ std::optional<Action> ActionNamed(std::string_view word) {
     if (word == "get") return Action::Get;
     if (word == "headers") return Action::Headers;
     if (word == "news") return Action::News;
+    if (word == "copy") return Action::Copy;
     return std::nullopt;
 }
 
@@ -43,6 +46,16 @@ std::optional<Duration> ParseSeconds(std::string_view text) {
     return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(seconds));
 }
 
+// A byte count: decimal digits only, within a signed 64-bit integer.
+std::optional<std::int64_t> ParseByteCount(std::string_view text) {
+    std::int64_t count = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
+    if (text.empty() || text.front() == '-' || error != std::errc() || end != text.data() + text.size()) {
+        return std::nullopt;
+    }
+    return count;
+}
+
 // Everything after the options: the command word and its arguments.
 std::variant<Options, UsageError> ApplyOperands(Options options, std::span<const std::string_view> operands) {
     if (operands.empty()) return UsageError{"no command given"};
@@ -55,6 +68,16 @@ std::variant<Options, UsageError> ApplyOperands(Options options, std::span<const
         if (rest.size() != 1 || rest.front().empty()) return UsageError{std::string(word) + " needs one URL"};
         if (auto error = CheckLineValue("the URL", rest.front())) return *error;
         options.url = std::string(rest.front());
+        return options;
+    }
+    if (*action == Action::Copy) {
+        if (rest.size() != 3 || std::ranges::any_of(rest, &std::string_view::empty)) {
+            return UsageError{"copy needs SOURCE DEST_FOLDER DEST_PATH"};
+        }
+        if (auto error = CheckLineValue("DEST_PATH", rest[2])) return *error;
+        options.copy.source = std::string(rest[0]);
+        options.copy.destinationFolder = std::string(rest[1]);
+        options.copy.destinationPath = std::string(rest[2]);
         return options;
     }
     if (*action != Action::Send) {
@@ -81,6 +104,11 @@ std::optional<UsageError> CheckOptionsFitTheCommand(const Options& options) {
     if (options.outputPath && options.output == OutputMode::Json) {
         return UsageError{"--output and --json exclude each other"};
     }
+    if ((options.copy.total || options.copy.tag || !options.copy.resetAmount) &&
+        options.action != Action::Copy) {
+        return UsageError{"--total, --md5 and --no-reset belong to copy"};
+    }
+    if (auto error = CheckLineValue("--md5", options.copy.tag.value_or(""))) return error;
     if (auto error = CheckLineValue("--date", options.date.value_or(""))) return error;
     return CheckLineValue("--goi", options.goi.value_or(""));
 }
@@ -114,10 +142,14 @@ std::variant<Options, UsageError> ParseOptions(std::span<const std::string_view>
             json = true;
             continue;
         }
+        if (arg == "--no-reset") {
+            options.copy.resetAmount = false;
+            continue;
+        }
         const auto equals = arg.find('=');
         const std::string_view name = arg.substr(0, equals);
         if (name != "--socket" && name != "--wait" && name != "--date" && name != "--goi" &&
-            name != "--output") {
+            name != "--output" && name != "--total" && name != "--md5") {
             return UsageError{"unknown option " + Quoted(arg)};
         }
         std::string_view value;
@@ -139,6 +171,12 @@ std::variant<Options, UsageError> ParseOptions(std::span<const std::string_view>
             options.date = std::string(value);
         } else if (name == "--goi") {
             options.goi = std::string(value);
+        } else if (name == "--md5") {
+            options.copy.tag = std::string(value);
+        } else if (name == "--total") {
+            options.copy.total = ParseByteCount(value);
+            if (!options.copy.total)
+                return UsageError{"--total takes a number of bytes, not " + Quoted(value)};
         } else {
             options.wait = ParseSeconds(value);
             if (!options.wait)

@@ -8,12 +8,13 @@
 #include <vector>
 
 #include "foundation/Clock.h"
+#include "qvctl/CopyArguments.h"
 
 namespace qv::ctl {
 
 inline constexpr std::string_view kDefaultSocketPath = "/tmp/qvipc";
 
-enum class Action { Status, Show, Hide, Abort, Send, Get, Headers, News };
+enum class Action { Status, Show, Hide, Abort, Send, Get, Headers, News, Copy };
 
 // get, headers and news: one fetch by the assistant, answered by one report.
 bool IsFetch(Action action);
@@ -37,6 +38,8 @@ struct Options {
     std::optional<std::string> goi;
     // --output: where the body of a fetched page goes instead of standard output.
     std::optional<std::string> outputPath;
+    // The arguments of copy.
+    CopyArguments copy;
     std::string socketPath{kDefaultSocketPath};
     // --wait; without it each command has its own default.
     std::optional<Duration> wait;

@@ -21,13 +21,19 @@ Session::~Session() {
 }
 
 void Session::Start() {
-    deadline_ = loop_.AddTimer(loop_.GetClock().Now() + plan_.wait, [this] {
-        deadline_.reset();
-        WaitOver();
-    });
+    if (plan_.wait) {
+        deadline_ = loop_.AddTimer(loop_.GetClock().Now() + *plan_.wait, [this] {
+            deadline_.reset();
+            WaitOver();
+        });
+    }
     socket_.Connect();
+    Send(plan_.frame);
+}
+
+void Session::Send(const String& frame) {
     // Queued until the connection is made; dropped with it if it fails.
-    socket_.Write(plan_.frame);
+    if (!result_) socket_.Write(frame);
 }
 
 void Session::TakeReplies() {
@@ -36,8 +42,12 @@ void Session::TakeReplies() {
         const auto payload = frames_.TakeFrame();
         if (!payload) return;
         ++replies_;
-        if (onReply) onReply(DecodePayload(payload->Bytes()));
-        if (plan_.waitFor == WaitFor::FirstReply) Finish(Outcome::Done);
+        const String reply = DecodePayload(payload->Bytes());
+        if (onReply) onReply(reply);
+        if (plan_.waitFor == WaitFor::FirstReply ||
+            (plan_.waitFor == WaitFor::LastReply && plan_.isLast(reply))) {
+            Finish(Outcome::Done);
+        }
     }
 }
 
@@ -46,7 +56,9 @@ void Session::WaitOver() {
     // A lost connection reads as not connected here even before its Error
     // event has been delivered.
     const bool connected = socket_.IsConnected();
-    const bool done = plan_.waitFor == WaitFor::NoReply ? connected : replies_ > 0;
+    // A first or last reply would have ended the session when it came.
+    const bool done =
+        plan_.waitFor == WaitFor::NoReply ? connected : plan_.waitFor == WaitFor::EveryReply && replies_ > 0;
     Finish(done ? Outcome::Done : connected ? Outcome::NoReply : Outcome::Unreachable);
 }
 
@@ -61,6 +73,18 @@ void Session::Finish(Outcome outcome) {
     if (deadline_) loop_.CancelTimer(*deadline_);
     deadline_.reset();
     socket_.Close();
+}
+
+std::string OutcomeMessage(Outcome outcome, std::string_view socketPath) {
+    switch (outcome) {
+        case Outcome::NoReply:
+            return "qvctl: no reply in time\n";
+        case Outcome::Unreachable:
+            return "qvctl: cannot reach the assistant at " + std::string(socketPath) + "\n";
+        case Outcome::Done:
+            break;
+    }
+    return "";
 }
 
 Outcome RunSession(RunLoop& loop, Session& session) {

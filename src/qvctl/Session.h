@@ -3,6 +3,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "channel/Frame.h"
 #include "foundation/IPCSocket.h"
@@ -26,7 +27,10 @@ struct SessionPlan {
     std::string socketPath;
     String frame;
     WaitFor waitFor;
-    Duration wait;
+    // None: no limit.
+    std::optional<Duration> wait;
+    // For WaitFor::LastReply: whether a reply's message text is the last one.
+    std::function<bool(const String& messageText)> isLast = nullptr;
 };
 
 // The session that the parsed options ask for: their command, framed, with
@@ -48,6 +52,8 @@ public:
 
     // Connects, sends the frame and starts the wait; the loop does the rest.
     void Start();
+    // Sends one more frame on the same connection; nothing once it has ended.
+    void Send(const String& frame);
     // Set once the session has ended; the connection is closed by then.
     std::optional<Outcome> Result() const { return result_; }
 
@@ -65,6 +71,10 @@ private:
     int replies_ = 0;
     std::optional<Outcome> result_;
 };
+
+// What qvctl says on standard error about a session that ended other than
+// Done, one line; empty for Done.
+std::string OutcomeMessage(Outcome outcome, std::string_view socketPath);
 
 // Starts the session and runs the loop until it has ended.
 Outcome RunSession(RunLoop& loop, Session& session);

@@ -6,6 +6,7 @@
 
 #include "foundation/Clock.h"
 #include "foundation/RunLoop.h"
+#include "qvctl/CopyRun.h"
 #include "qvctl/FetchReply.h"
 #include "qvctl/Help.h"
 #include "qvctl/Options.h"
@@ -30,6 +31,7 @@ int main(int argc, char** argv) {
         std::cout << HelpText();
         return 0;
     }
+    if (options.action == Action::Copy) return RunCopy(options);
 
     // Opened before the fetch, as a shell redirection would be, so that a path
     // that cannot be written costs no wait.
@@ -58,10 +60,7 @@ int main(int argc, char** argv) {
         fetchFailed = !printout.delivered;
     };
     const Outcome outcome = RunSession(loop, session);
-    if (outcome == Outcome::NoReply) std::cerr << "qvctl: no reply in time\n";
-    if (outcome == Outcome::Unreachable) {
-        std::cerr << "qvctl: cannot reach the assistant at " << options.socketPath << "\n";
-    }
+    std::cerr << OutcomeMessage(outcome, options.socketPath);
     if (outcome != Outcome::Done) return static_cast<int>(outcome);
     if (!bodyOut) {
         std::cerr << "qvctl: cannot write " << bodyTarget << "\n";

@@ -1,0 +1,282 @@
+// The copy engine against cp, and the CPU that the copy's pauses cost. Not a
+// Google Benchmark: the two copies must alternate within one run, and the
+// figures are medians of whole 1 GiB copies. See bench/README.md.
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/statvfs.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "CopyFiles.h"
+#include "channel/Frame.h"
+#include "foundation/IPCSocket.h"
+#include "qvctl/Command.h"
+#include "qvctl/CopyCommand.h"
+#include "shell/HeadlessView.h"
+#include "shell/RSSDownloadWindow.h"
+
+extern char** environ;
+
+namespace qv::bench {
+namespace {
+
+namespace fs = std::filesystem;
+using SteadyClock = std::chrono::steady_clock;
+
+constexpr std::uint64_t kFileSize = std::uint64_t{1} << 30;
+constexpr int kRounds = 5;
+// Not counted: on this kind of virtual disk the first copies into fresh blocks
+// can take several times as long, whichever program makes them.
+constexpr int kWarmUpRounds = 2;
+constexpr int kPauses = 100;
+
+double SecondsSince(SteadyClock::time_point start) {
+    return std::chrono::duration<double>(SteadyClock::now() - start).count();
+}
+
+double CpuSeconds() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    const auto seconds = [](const timeval& t) { return static_cast<double>(t.tv_sec) + t.tv_usec / 1e6; };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+double TimeCp(const std::string& from, const std::string& to) {
+    std::vector<std::string> args = {"cp", from, to};
+    std::vector<char*> argv;
+    for (std::string& arg : args) argv.push_back(arg.data());
+    argv.push_back(nullptr);
+    const auto start = SteadyClock::now();
+    pid_t pid = -1;
+    if (posix_spawnp(&pid, "cp", nullptr, nullptr, argv.data(), environ) != 0)
+        throw std::runtime_error("no cp");
+    int status = 0;
+    waitpid(pid, &status, 0);
+    const double seconds = SecondsSince(start);
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) throw std::runtime_error("cp failed");
+    return seconds;
+}
+
+// A whole assistant window on a channel path of its own, with the system's
+// clock, and a peer on the same loop that sends commands and keeps the
+// replies. The dispatcher's timer is off: the bench calls its action itself,
+// once the command has been queued, so that nothing else is timed.
+class Assistant {
+public:
+    explicit Assistant(const std::string& folder)
+        : channelPath_(folder + "/qvipc"), window_(loop_, clock_, view_, String(channelPath_)), peer_(loop_) {
+        window_.ControlNamed<RSSDownloadWindow::CommandDispatchTimer>("CommandDispatchTimer")
+            .SetMode(Timer::ModeOff);
+        peer_.SetPath(String(channelPath_));
+        peer_.onDataAvailable = [this] { replies_.Append(peer_.ReadAll().Bytes()); };
+        peer_.Connect();
+        RunUntil([&] { return Channel().IsConnected() && peer_.IsConnected(); });
+    }
+
+    // Sends the CopyFile commands and waits until the window has queued them all.
+    void Queue(const std::vector<std::string>& commandTexts) {
+        for (const std::string& text : commandTexts) peer_.Write(MakeFrame(String(text)));
+        RunUntil([&] { return window_.CommandQueueItemArray.size() == commandTexts.size(); });
+    }
+    // One tick of the dispatcher: the head of the queue runs to its end.
+    void Dispatch() { window_.CommandDispatchTimer_Action(); }
+
+    // The replies that have come since the last call, once `count` are in.
+    std::vector<std::string> Replies(std::size_t count) {
+        std::vector<std::string> texts;
+        RunUntil([&] {
+            while (const auto payload = replies_.TakeFrame())
+                texts.emplace_back(DecodePayload(payload->Bytes()).Bytes());
+            return texts.size() >= count;
+        });
+        return texts;
+    }
+
+private:
+    RSSDownloadWindow::QVIPCSocket& Channel() {
+        return window_.ControlNamed<RSSDownloadWindow::QVIPCSocket>("QVIPCSocket");
+    }
+    void RunUntil(const std::function<bool()>& done) {
+        const auto deadline = SteadyClock::now() + std::chrono::seconds(10);
+        while (!done()) {
+            if (SteadyClock::now() > deadline)
+                throw std::runtime_error("the assistant did not answer in time");
+            loop_.RunOnce(std::chrono::milliseconds(10));
+        }
+    }
+
+    SystemClock clock_;
+    RunLoop loop_{clock_};
+    HeadlessView view_;
+    std::string channelPath_;
+    RSSDownloadWindow window_;
+    IPCSocket peer_;
+    FrameBuffer replies_;
+};
+
+std::string CopyCommandText(const std::string& source, std::uint64_t size, const std::string& folder,
+                            const std::string& name) {
+    const ctl::LocalCopy copy{{source, folder, name}, static_cast<std::int64_t>(size)};
+    return std::string(ctl::CommandText(ctl::CopyFileFields(copy, Ticks(SystemClock()))).Bytes());
+}
+
+std::size_t ProgressReports(const std::vector<std::string>& replies, const std::string& expectedEnd) {
+    if (replies.empty() || replies.back().find("\r\nStatus: " + expectedEnd + "\r\n") == std::string::npos) {
+        throw std::runtime_error("the copy did not end with " + expectedEnd);
+    }
+    return static_cast<std::size_t>(
+        std::count_if(replies.begin(), replies.end(), [](const std::string& reply) {
+            return reply.find("\r\nStatus: InProgress\r\n") != std::string::npos;
+        }));
+}
+
+struct CopyFigures {
+    std::vector<double> cpSeconds;
+    std::vector<double> assistantSeconds;
+    std::vector<std::size_t> reports;
+};
+
+// cp and the assistant take turns, and which goes first alternates, so that
+// neither always meets the page cache or the disk in the same state. Before
+// each copy the destination is gone and earlier writes are on disk.
+CopyFigures CompareWithCp(Assistant& assistant, const std::string& folder, const std::string& source) {
+    CopyFigures figures;
+    const std::string byCp = folder + "/by-cp.bin";
+    const std::string byAssistant = folder + "/by-assistant.bin";
+    const auto runCp = [&] {
+        fs::remove(byCp);
+        sync();
+        figures.cpSeconds.push_back(TimeCp(source, byCp));
+    };
+    const auto runAssistant = [&] {
+        fs::remove(byAssistant);
+        assistant.Queue({CopyCommandText(source, kFileSize, folder, "by-assistant.bin")});
+        sync();
+        const auto start = SteadyClock::now();
+        assistant.Dispatch();
+        figures.assistantSeconds.push_back(SecondsSince(start));
+        const std::vector<std::string> replies = assistant.Replies(1);
+        figures.reports.push_back(ProgressReports(replies, "Complete"));
+    };
+    for (int round = -kWarmUpRounds; round < kRounds; ++round) {
+        if (round % 2 == 0) {
+            runCp();
+            runAssistant();
+        } else {
+            runAssistant();
+            runCp();
+        }
+        std::fprintf(stderr, "%s %d: cp %.3f s, assistant %.3f s with %zu progress reports\n",
+                     round < 0 ? "warm-up" : "round", round < 0 ? round + kWarmUpRounds + 1 : round + 1,
+                     figures.cpSeconds.back(), figures.assistantSeconds.back(), figures.reports.back());
+        if (round < 0) figures = CopyFigures{};
+    }
+    if (!SameBytes(source, byAssistant) || !SameBytes(source, byCp))
+        throw std::runtime_error("a copy differs");
+    fs::remove(byCp);
+    fs::remove(byAssistant);
+    return figures;
+}
+
+struct PauseFigures {
+    int pauses = 0;
+    double wallSeconds = 0;
+    double cpuSeconds = 0;
+};
+
+// Copies of a one-byte file: each makes one progress report and one 50 ms
+// pause, and little else, so nearly all of their time is pause. The peer
+// sends nothing meanwhile and reads the replies only afterwards. Everything
+// the copies do counts, so the figure bounds the pauses' share from above.
+PauseFigures MeasurePauses(Assistant& assistant, const std::string& folder) {
+    const std::string tiny = folder + "/tiny.bin";
+    std::ofstream(tiny, std::ios::binary) << 'x';
+    assistant.Queue(std::vector<std::string>(kPauses, CopyCommandText(tiny, 1, folder, "tiny.copy")));
+    PauseFigures figures;
+    const double cpuStart = CpuSeconds();
+    const auto start = SteadyClock::now();
+    for (int i = 0; i < kPauses; ++i) assistant.Dispatch();
+    figures.wallSeconds = SecondsSince(start);
+    figures.cpuSeconds = CpuSeconds() - cpuStart;
+    const std::vector<std::string> replies = assistant.Replies(2 * kPauses);
+    std::size_t reports = 0;
+    for (std::size_t i = 0; i < replies.size(); i += 2) {
+        reports += ProgressReports({replies[i], replies[i + 1]}, "Complete");
+    }
+    figures.pauses = static_cast<int>(reports);
+    return figures;
+}
+
+std::string JsonList(const auto& values) {
+    std::string out = "[";
+    for (const auto& value : values) out += (out.size() > 1 ? ", " : "") + std::to_string(value);
+    return out + "]";
+}
+
+int Run(const std::string& parent, const std::string& jsonPath) {
+    std::string pattern = parent + "/qvcopybench.XXXXXX";
+    if (!mkdtemp(pattern.data())) throw std::runtime_error("cannot make a folder under " + parent);
+    const std::string folder = pattern;
+    struct statvfs space {};
+    if (statvfs(folder.c_str(), &space) != 0 ||
+        static_cast<std::uint64_t>(space.f_bavail) * space.f_frsize < 3 * kFileSize + (kFileSize / 2)) {
+        fs::remove_all(folder);
+        throw std::runtime_error(folder + " has less than 3.5 GiB free");
+    }
+    std::fprintf(stderr, "files under %s\n", folder.c_str());
+    const auto cleanUp = [&] { fs::remove_all(folder); };
+    try {
+        const std::string source = folder + "/source.bin";
+        WriteNoiseFile(source, kFileSize);
+        ReadThrough(source);  // the page cache is warm for both
+        Assistant assistant(folder);
+        const CopyFigures copy = CompareWithCp(assistant, folder, source);
+        fs::remove(source);
+        const PauseFigures pauses = MeasurePauses(assistant, folder);
+
+        std::ofstream json(jsonPath);
+        json << "{\n  \"copy\": {\"bytes\": " << kFileSize << ", \"cp_seconds\": " << JsonList(copy.cpSeconds)
+             << ", \"assistant_seconds\": " << JsonList(copy.assistantSeconds)
+             << ", \"progress_reports\": " << JsonList(copy.reports) << ", \"pause_seconds\": 0.05},\n"
+             << "  \"pauses\": {\"count\": " << pauses.pauses << ", \"wall_seconds\": " << pauses.wallSeconds
+             << ", \"cpu_seconds\": " << pauses.cpuSeconds << "}\n}\n";
+        if (!json) throw std::runtime_error("cannot write " + jsonPath);
+    } catch (...) {
+        cleanUp();
+        throw;
+    }
+    cleanUp();
+    return 0;
+}
+
+}  // namespace
+}  // namespace qv::bench
+
+// qvcopybench OUTPUT.json [FOLDER]: the files go under FOLDER (default $TMPDIR
+// or /tmp), in a folder of their own that is removed at the end.
+int main(int argc, char** argv) {
+    if (argc < 2 || argc > 3) {
+        std::fprintf(stderr, "usage: qvcopybench OUTPUT.json [FOLDER]\n");
+        return 1;
+    }
+    const char* tmp = std::getenv("TMPDIR");
+    const std::string parent = argc == 3 ? argv[2] : (tmp && *tmp ? tmp : "/tmp");
+    try {
+        return qv::bench::Run(parent, argv[1]);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "qvcopybench: %s\n", error.what());
+        return 1;
+    }
+}

@@ -1,0 +1,59 @@
+#include "foundation/SignalWatch.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <utility>
+
+namespace qv {
+
+namespace {
+
+volatile std::sig_atomic_t gWriteFd = -1;
+
+void OnSignal(int signal) {
+    const int savedErrno = errno;
+    const auto byte = static_cast<unsigned char>(signal);
+    if (gWriteFd >= 0) {
+        const ssize_t ignored = write(gWriteFd, &byte, 1);
+        (void)ignored;
+    }
+    errno = savedErrno;
+}
+
+}  // namespace
+
+SignalWatch::SignalWatch(RunLoop& loop, std::initializer_list<int> signals,
+                         std::function<void(int signal)> onSignal)
+    : loop_(loop), signals_(signals), onSignal_(std::move(onSignal)) {
+    if (pipe2(pipe_, O_NONBLOCK | O_CLOEXEC) != 0) return;
+    gWriteFd = pipe_[1];
+    watch_ = loop_.AddWatch(pipe_[0], POLLIN, [this](short) { TakeSignals(); });
+    struct sigaction action {};
+    action.sa_handler = OnSignal;
+    // Output that a signal interrupts goes on rather than failing with EINTR.
+    action.sa_flags = SA_RESTART;
+    sigemptyset(&action.sa_mask);
+    for (const int signal : signals_) sigaction(signal, &action, nullptr);
+}
+
+SignalWatch::~SignalWatch() {
+    for (const int signal : signals_) std::signal(signal, SIG_DFL);
+    gWriteFd = -1;
+    if (watch_) loop_.RemoveWatch(*watch_);
+    for (const int fd : pipe_) {
+        if (fd >= 0) close(fd);
+    }
+}
+
+void SignalWatch::TakeSignals() {
+    unsigned char numbers[64];
+    ssize_t count = 0;
+    while ((count = read(pipe_[0], numbers, sizeof numbers)) > 0) {
+        for (ssize_t i = 0; i < count; ++i) onSignal_(numbers[i]);
+    }
+}
+
+}  // namespace qv

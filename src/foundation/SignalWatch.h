@@ -1,0 +1,35 @@
+#pragma once
+
+#include <functional>
+#include <initializer_list>
+#include <optional>
+#include <vector>
+
+#include "foundation/RunLoop.h"
+
+namespace qv {
+
+// Delivers signals as events of the loop. The handler only writes the
+// signal's number to a pipe; `onSignal` runs later, on the loop's thread, in
+// an ordinary pass, where it may do anything. Each signal that arrives is
+// delivered once, in order. One watch at a time per process: the handler
+// knows a single pipe. When the watch goes, its signals get back their
+// default action.
+class SignalWatch {
+public:
+    SignalWatch(RunLoop& loop, std::initializer_list<int> signals, std::function<void(int signal)> onSignal);
+    SignalWatch(const SignalWatch&) = delete;
+    SignalWatch& operator=(const SignalWatch&) = delete;
+    ~SignalWatch();
+
+private:
+    void TakeSignals();
+
+    RunLoop& loop_;
+    std::vector<int> signals_;
+    std::function<void(int signal)> onSignal_;
+    int pipe_[2] = {-1, -1};
+    std::optional<RunLoop::WatchId> watch_;
+};
+
+}  // namespace qv
