@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "Inputs.h"
-#include "Nginx.h"
+#include "support/NginxServer.h"
 #include "foundation/Clock.h"
 #include "foundation/RunLoop.h"
 #include "http/HTTPSocket.h"
@@ -84,12 +84,15 @@ private:
 };
 
 void BM_HttpReceive(benchmark::State& state) {
-    const qv::bench::Nginx server("body", qv::bench::NoiseBytes(kBodyBytes));
-    if (!server.Running()) {
-        state.SkipWithError(server.Problem().c_str());
+    std::optional<qv::test::NginxServer> server;
+    try {
+        server.emplace();
+    } catch (const std::exception& e) {
+        state.SkipWithError(e.what());
         return;
     }
-    const std::string url = server.Url("body");
+    server->WriteFile("body", qv::bench::NoiseBytes(kBodyBytes));
+    const std::string url = server->Url("/body");
     Receiver receiver;
     double socketSeconds = 0;
     double curlSeconds = 0;

@@ -10,7 +10,7 @@
 
 #include "foundation/Base64.h"
 #include "process/AssistantProcess.h"
-#include "process/NginxServer.h"
+#include "support/NginxServer.h"
 #include "process/OneShotHttpServer.h"
 #include "process/QvctlRun.h"
 #include "support/TestPeers.h"

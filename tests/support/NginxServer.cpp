@@ -1,4 +1,4 @@
-#include "process/NginxServer.h"
+#include "support/NginxServer.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
