@@ -15,7 +15,7 @@ namespace qv {
 
 namespace {
 
-constexpr std::size_t kReadPiece = 64 * 1024;
+constexpr std::size_t kReadPiece = 256 * 1024;
 // Input taken per readiness before other sources get their turn.
 constexpr std::size_t kReadBudget = 1024 * 1024;
 
