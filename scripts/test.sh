@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Builds and runs every test on a fresh Debian machine: once in a plain build,
 # and once more with AddressSanitizer and UndefinedBehaviorSanitizer, where any
-# report fails the run; then fuzzes the frame intake and the codec for a bounded
-# time (scripts/fuzz.sh).
+# report fails the run; then runs every fuzz target for a bounded time
+# (scripts/fuzz.sh).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
