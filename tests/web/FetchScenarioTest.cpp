@@ -66,7 +66,7 @@ protected:
 TEST_F(FetchScenarioTest, APageIsReportedByteForByteAndFreesTheQueue) {
     Start(Command({{"Command", "GetPageURL"}, {"GetPageURL", Url("/index.html")}}));
     const int fd = Accept();
-    const std::string body("<html>\0\xff\r\n\r\nend", 17);
+    const std::string body("<html>\0\xff\r\n\r\nend", 15);
     test::WriteAll(fd, "HTTP/1.0 200 OK\r\nContent-Type: text/html\r\nX-Two: a\r\nX-Two: b\r\n\r\n" + body);
     close(fd);
     EXPECT_EQ(AwaitReplies(), Replies{Opening("GetPageURL", Url("/index.html")) +
