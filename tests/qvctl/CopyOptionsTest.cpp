@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "qvctl/Options.h"
+#include "qvctl/UsageErrors.h"
 
 namespace qv::ctl {
 namespace {
@@ -65,12 +66,7 @@ TEST(QvctlCopyOptionsTest, BadCopyArgumentsAreUsageErrors) {
         {"status", "--md5", "t"},
         {"abort", "--no-reset"},
     };
-    for (const Args& args : cases) {
-        SCOPED_TRACE(testing::PrintToString(args));
-        const auto parsed = ParseOptions(args);
-        ASSERT_TRUE(std::holds_alternative<UsageError>(parsed));
-        EXPECT_FALSE(std::get<UsageError>(parsed).message.empty());
-    }
+    test::ExpectUsageErrors(cases);
 }
 
 }  // namespace

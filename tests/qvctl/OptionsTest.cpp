@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "qvctl/Options.h"
+#include "qvctl/UsageErrors.h"
 
 namespace qv::ctl {
 namespace {
@@ -147,12 +148,7 @@ TEST(QvctlOptionsTest, BadInputIsAUsageError) {
         {"get", "http://a/", "--output", ""},
         {"get", "http://a/", "--output", "f", "--json"},
     };
-    for (const Args& args : cases) {
-        SCOPED_TRACE(testing::PrintToString(args));
-        const auto parsed = ParseOptions(args);
-        ASSERT_TRUE(std::holds_alternative<UsageError>(parsed));
-        EXPECT_FALSE(std::get<UsageError>(parsed).message.empty());
-    }
+    test::ExpectUsageErrors(cases);
 }
 
 }  // namespace
