@@ -67,20 +67,20 @@ exec 3> >(python3 "$work/peer.py" "$channel" Hide wait Show wait)
 pids+=($!)
 wait_until bash -c '! xdotool search --onlyvisible --name "^QVAssistant$" >/dev/null 2>&1' || fail "Hide did not hide"
 echo >&3
-sleep 2.5
-visible || fail "Show did not show"
+wait_until visible || fail "Show did not show"
 
 import -window "$window" "$screenshot" 2>/dev/null || fail "no screenshot"
 
 # Select All, then Copy: the log goes to the clipboard.
 xdotool windowfocus --sync "$window" 2>/dev/null || true
 xdotool key --clearmodifiers ctrl+a ctrl+c
-sleep 0.5
-clip=$(timeout 5 xclip -o -selection clipboard || true)
-case "$clip" in
-  *"Connecting to Quorvane..."*"Connected to Quorvane..."*) ;;
-  *) fail "clipboard holds: $clip" ;;
-esac
+clipboard_holds_log() {
+  case "$(timeout 5 xclip -o -selection clipboard 2>/dev/null || true)" in
+    *"Connecting to Quorvane..."*"Connected to Quorvane..."*) return 0 ;;
+  esac
+  return 1
+}
+wait_until clipboard_holds_log || fail "the clipboard does not hold the log"
 
 # Quit from the menu, by its shortcut: status 0, and the socket file goes.
 xdotool key --clearmodifiers ctrl+q
