@@ -14,6 +14,7 @@ packages=(
   curl                               # the peer of the HTTP receive benchmark
   qt6-base-dev                       # the window (without it the build is headless)
   xvfb xdotool xclip imagemagick     # the window's tests on a virtual screen
+  python3                            # the window test's peer, the bench reports
 )
 
 missing=()
