@@ -65,18 +65,6 @@ void WriteAll(int fd, const std::string& bytes) {
     }
 }
 
-std::string ReadUntilClosed(int fd, int limitMs) {
-    std::string got;
-    char buffer[65536];
-    for (;;) {
-        pollfd ready{fd, POLLIN, 0};
-        if (poll(&ready, 1, limitMs) != 1) return got;
-        const ssize_t n = read(fd, buffer, sizeof buffer);
-        if (n <= 0) return got;
-        got.append(buffer, static_cast<std::size_t>(n));
-    }
-}
-
 std::string ReadAvailable(int fd, int quietMs) {
     std::string got;
     char buffer[65536];

@@ -40,9 +40,7 @@ private:
 
 // Blocking helpers on a plain descriptor.
 void WriteAll(int fd, const std::string& bytes);
-// Reads until the peer closes or `limitMs` passes.
-std::string ReadUntilClosed(int fd, int limitMs = 3000);
-// Reads what arrives until nothing more comes for `quietMs`.
+// Reads what arrives until the peer closes or nothing more comes for `quietMs`.
 std::string ReadAvailable(int fd, int quietMs = 100);
 // Closes with a reset instead of an orderly end.
 void ResetConnection(int fd);
