@@ -65,6 +65,10 @@ public:
     // next timer allows). With a manual clock a test passes a short bound.
     void RunOnce(std::optional<Duration> maxWait);
 
+    // True when the last pass was waiting at `time`, not running a handler: a
+    // repeating timer drops a tick that fell due while a handler ran.
+    bool WasWaitingAt(Duration time) const { return waitStarted_ <= time && time <= waitEnded_; }
+
     void Quit(int status);
     bool IsQuitting() const { return quitting_; }
     int ExitStatus() const { return exitStatus_; }
@@ -99,6 +103,8 @@ private:
     std::set<std::pair<Duration, TimerId>> timerOrder_;
     std::vector<Callback> posted_;
     std::uint64_t nextId_ = 1;
+    Duration waitStarted_{};
+    Duration waitEnded_{};
     bool quitting_ = false;
     int exitStatus_ = 0;
 };

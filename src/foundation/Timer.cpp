@@ -27,13 +27,14 @@ void Timer::Fire(Duration due) {
     pending_.reset();
     if (mode_ == ModeSingle) {
         mode_ = ModeOff;
+    } else if (!loop_.WasWaitingAt(due)) {
+        // The tick fell due while a handler ran (this timer's own, such as a
+        // copy, or any other): it is dropped, and the next one comes a full
+        // period after the handler returned, never right on its end.
+        Schedule(loop_.GetClock().Now() + PeriodDuration());
+        return;
     } else {
-        // Keep to the original beat; periods missed while a handler ran long
-        // are dropped rather than fired in a burst.
-        const Duration now = loop_.GetClock().Now();
-        Duration next = due + PeriodDuration();
-        if (next <= now) next = now + PeriodDuration();
-        Schedule(next);
+        Schedule(due + PeriodDuration());
     }
     if (onAction) onAction();
 }

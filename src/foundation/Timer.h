@@ -21,8 +21,10 @@ public:
 
     std::int32_t Mode() const { return mode_; }
     // Single fires once, one period from now, and falls back to off; multiple
-    // fires every period. Setting either (re)starts the period from now; any
-    // other value stops the timer.
+    // fires every period, except that a tick that falls due while a handler
+    // runs is dropped and the beat starts again a period after that handler.
+    // Setting either (re)starts the period from now; any other value stops the
+    // timer.
     void SetMode(std::int32_t mode);
 
     std::int32_t Period() const { return period_; }

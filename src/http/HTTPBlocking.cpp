@@ -62,7 +62,6 @@ void HTTPSocket::WaitForPage() {
     std::int32_t deadline = TicksAfter(Ticks(clock_), timeoutSeconds);
     while (!_pageComplete && mErrorCode == 0) {
         Poll();
-        if (Yield) Loop().RunOnce(Duration::zero());  // the whole application runs meanwhile
         bool moved = true;
         if (_connectionValid != lastConnectionState) {
             lastConnectionState = _connectionValid;
@@ -78,7 +77,14 @@ void HTTPSocket::WaitForPage() {
             SetError(-1);
             break;
         }
-        if (!moved && !_pageComplete && mErrorCode == 0) AwaitActivity({this}, kIdleWait);
+        if (_pageComplete || mErrorCode != 0) break;
+        if (Yield) {
+            // The whole application runs meanwhile, and waits with us in the
+            // loop's own wait, where its timers keep their beat.
+            Loop().RunOnce(moved ? Duration::zero() : Duration(kIdleWait));
+        } else if (!moved) {
+            AwaitActivity({this}, kIdleWait);
+        }
     }
 }
 

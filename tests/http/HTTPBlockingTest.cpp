@@ -81,6 +81,7 @@ TEST_F(HTTPBlockingTest, SignsOfLifeRenewTheTimeout) {
     int pieces = 0;
     trickle.SetPeriod(20000);
     trickle.onAction = [&] {
+        trickle.SetMode(Timer::ModeSingle);  // once more in 20 s
         if (fd < 0) return;
         if (pieces == 0) test::WriteAll(fd, "HTTP/1.0 200 OK\r\n\r\n");
         if (++pieces <= 6) {
@@ -90,7 +91,7 @@ TEST_F(HTTPBlockingTest, SignsOfLifeRenewTheTimeout) {
             fd = -1;
         }
     };
-    trickle.SetMode(Timer::ModeMultiple);
+    trickle.SetMode(Timer::ModeSingle);
     const std::int32_t start = Ticks(clock);
     const String page = http.Get(String(Url()), 30);
     accepting.join();
