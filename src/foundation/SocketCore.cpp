@@ -197,9 +197,13 @@ void SocketCore::FlushOutput() {
         } else if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
             break;
         } else {
-            // The peer is gone; the read side reports it as Error.
+            // The peer is gone or has stopped reading: the connection is lost.
+            // What it sent before stays readable, and Error follows it.
+            const int error = errno;
             output_.Clear();
-            break;
+            ReadInput();
+            if (state_ == State::Connected) Fail(SocketError::FromErrno(error));
+            return;
         }
     }
     if (sent && output_.IsEmpty()) pendingSendComplete_ = true;

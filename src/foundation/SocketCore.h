@@ -23,9 +23,9 @@ namespace qv {
 //    time, in the order Connected, DataAvailable, SendComplete, Error.
 //  - DataAvailable fires when input arrives; input that a handler leaves in the
 //    buffer stays there (Lookahead) until it is read.
-//  - Error is the only sign of a lost connection, and a remote close raises it.
-//    Data that arrived before the close is offered first and stays readable
-//    during Error.
+//  - Error is the only sign of a lost connection: a remote close raises it,
+//    and so does a send that the peer no longer takes. Data that arrived
+//    before is offered first and stays readable during Error.
 //  - A local Close raises no Error and drops any event not yet delivered.
 //  - Write queues every byte and never fails visibly, even on a closed socket.
 class SocketCore {

@@ -1,6 +1,7 @@
 #include "foundation/IPCSocket.h"
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -48,6 +49,19 @@ TEST_F(IPCSocketTest, OnePeerIsAcceptedItsBytesArriveAndItsDepartureIsAnError) {
     ASSERT_TRUE(test::RunUntil(loop, [&] { return errorCode != 0; }));
     EXPECT_EQ(errorCode, 102);
     EXPECT_FALSE(socket.IsConnected());
+}
+
+TEST_F(IPCSocketTest, APeerThatStopsReadingMakesTheNextWriteAnErrorAfterItsLastBytes) {
+    socket.Listen();
+    const int peer = test::ConnectLocal(dir.File("channel"));
+    ASSERT_TRUE(test::RunUntil(loop, [&] { return connected == 1; }));
+    test::WriteAll(peer, "last words");
+    ASSERT_EQ(shutdown(peer, SHUT_RD), 0);
+    socket.Write("reply");  // before the loop has read the last words
+    ASSERT_TRUE(test::RunUntil(loop, [&] { return errorCode != 0; }));
+    EXPECT_EQ(errorCode, 102);
+    EXPECT_EQ(received, "last words");
+    close(peer);
 }
 
 TEST_F(IPCSocketTest, AFurtherPeerIsRefused) {
