@@ -14,7 +14,7 @@ namespace qv {
 //         closed by the peer; host unreachable;     ETIMEDOUT, EHOSTUNREACH, ENETUNREACH,
 //         connect timed out                         ECONNABORTED, end of stream
 //   103   the host name cannot be resolved          the resolver
-//   105   address in use: a live instance holds     EADDRINUSE, the channel's lock
+//   105   address in use: a live instance holds     EADDRINUSE, the channel's token
 //         the channel path
 //   106   invalid state: the path is not ours to    a regular file, symlink, folder or
 //         take, or the socket cannot do this now    another user's file at the path

@@ -1,18 +1,44 @@
 #include "foundation/SocketPathClaim.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
+#include <string_view>
 
 #include "foundation/SocketErrors.h"
 
 namespace qv {
+
+namespace {
+
+// FNV-1a: a name too long for the abstract namespace is told by its hash.
+std::uint64_t Hash(std::string_view text) {
+    std::uint64_t hash = 14695981039346656037ull;
+    for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ull;
+    return hash;
+}
+
+// The token's abstract name (behind the leading NUL), or "" when the folder
+// cannot be looked at.
+std::string TokenName(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    struct stat info {};
+    if (stat(folder.c_str(), &info) != 0) return std::string();
+    std::string token = "qvassistant:" + std::to_string(geteuid()) + ":" + std::to_string(info.st_dev) + ":" +
+                        std::to_string(info.st_ino) + ":";
+    constexpr std::size_t kRoom = sizeof(sockaddr_un::sun_path) - 1;
+    token += token.size() + name.size() <= kRoom ? name : std::to_string(Hash(name));
+    return token;
+}
+
+}  // namespace
 
 SocketPathClaim::~SocketPathClaim() { Release(); }
 
@@ -25,7 +51,7 @@ std::int32_t SocketPathClaim::Claim(const std::string& path, int& listenFd) {
     }
     std::memcpy(address.sun_path, path.data(), path.size());
 
-    if (const std::int32_t error = Lock(path)) return error;
+    if (const std::int32_t error = TakeToken(path)) return error;
 
     struct stat existing {};
     if (lstat(path.c_str(), &existing) == 0) {
@@ -33,7 +59,7 @@ std::int32_t SocketPathClaim::Claim(const std::string& path, int& listenFd) {
             Release();
             return SocketError::InvalidState;
         }
-        unlink(path.c_str());  // ours, and no live instance holds the lock: stale
+        unlink(path.c_str());  // ours, and no live instance holds the token: stale
     }
 
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
@@ -62,18 +88,19 @@ std::int32_t SocketPathClaim::Claim(const std::string& path, int& listenFd) {
     return 0;
 }
 
-std::int32_t SocketPathClaim::Lock(const std::string& path) {
-    const std::string lockPath = path + ".lock";
-    lockFd_ = open(lockPath.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
-    if (lockFd_ < 0) return SocketError::InvalidState;
-    struct stat lockFile {};
-    if (fstat(lockFd_, &lockFile) != 0 || !S_ISREG(lockFile.st_mode) || lockFile.st_uid != geteuid()) {
+std::int32_t SocketPathClaim::TakeToken(const std::string& path) {
+    const std::string name = TokenName(path);
+    if (name.empty()) return SocketError::FromErrno(errno);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path + 1, name.data(), name.size());
+    tokenFd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (tokenFd_ < 0) return SocketError::FromErrno(errno);
+    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+    if (bind(tokenFd_, reinterpret_cast<const sockaddr*>(&address), length) != 0) {
+        const int error = errno;
         Release();
-        return SocketError::InvalidState;
-    }
-    if (flock(lockFd_, LOCK_EX | LOCK_NB) != 0) {
-        Release();
-        return SocketError::AddressInUse;  // a live instance holds the path
+        return SocketError::FromErrno(error);  // EADDRINUSE: a live instance holds the path
     }
     return 0;
 }
@@ -84,10 +111,8 @@ void SocketPathClaim::Release() {
         if (lstat(path_.c_str(), &now) == 0 && now.st_dev == device_ && now.st_ino == inode_) unlink(path_.c_str());
         bound_ = false;
     }
-    // The lock file itself stays: removing it would let a second instance lock
-    // a fresh file while a third still waits on the old one.
-    if (lockFd_ >= 0) close(lockFd_);
-    lockFd_ = -1;
+    if (tokenFd_ >= 0) close(tokenFd_);
+    tokenFd_ = -1;
 }
 
 }  // namespace qv

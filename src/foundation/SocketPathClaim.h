@@ -10,13 +10,16 @@ namespace qv {
 // Takes a local socket path for this process, safely, in a shared folder such
 // as /tmp.
 //
-// Liveness is an advisory lock on "<path>.lock", held for as long as this
-// object lives. A live instance is never probed by connecting: it would take
-// the probe for its one peer and end when the probe left. With the lock held, a
-// socket file of ours at the path is stale and is replaced; anything else there
-// (a regular file, a symlink, a folder, another user's file) is left untouched.
-// The socket is bound under umask 0177, so it is born with mode 0600, and it is
-// removed at the end only if the path still names the very socket made here.
+// Liveness is a token that the kernel drops with the process: a socket bound
+// in the abstract namespace, named from the user id, the folder (device and
+// inode, so a private /tmp is a channel of its own) and the file name. It
+// leaves nothing behind in the folder. A live instance is never probed by
+// connecting: it would take the probe for its one peer and end when the probe
+// left. With the token held, a socket file of ours at the path is stale and is
+// replaced; anything else there (a regular file, a symlink, a folder, another
+// user's file) is left untouched. The socket is bound under umask 0177, so it
+// is born with mode 0600, and it is removed at the end only if the path still
+// names the very socket made here.
 class SocketPathClaim {
 public:
     SocketPathClaim() = default;
@@ -29,11 +32,11 @@ public:
     std::int32_t Claim(const std::string& path, int& listenFd);
 
 private:
-    std::int32_t Lock(const std::string& path);
+    std::int32_t TakeToken(const std::string& path);
     void Release();
 
     std::string path_;
-    int lockFd_ = -1;
+    int tokenFd_ = -1;
     bool bound_ = false;
     dev_t device_ = 0;
     ino_t inode_ = 0;

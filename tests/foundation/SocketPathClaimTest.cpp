@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <string>
@@ -80,6 +81,21 @@ TEST_F(SocketPathClaimTest, ASecondClaimWhileTheFirstLivesTouchesNothing) {
     const int peer = test::ConnectLocal(path);
     EXPECT_GE(peer, 0);
     close(peer);
+}
+
+TEST_F(SocketPathClaimTest, TheLiveTokenLeavesNothingInTheFolderAndNamesOnlyThisFolder) {
+    test::TempDir otherFolder;
+    {
+        SocketPathClaim claim;
+        ASSERT_EQ(claim.Claim(path, listenFd), 0);
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.Path()), {}), 1) << "the socket alone";
+        SocketPathClaim elsewhere;  // the same name in another folder is another channel
+        int otherFd = -1;
+        EXPECT_EQ(elsewhere.Claim(otherFolder.File("qvipc"), otherFd), 0);
+        close(otherFd);
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(dir.Path()));
+    EXPECT_TRUE(std::filesystem::is_empty(otherFolder.Path()));
 }
 
 TEST_F(SocketPathClaimTest, WhatIsNotOurSocketIsLeftAsItIs) {
