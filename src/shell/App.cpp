@@ -1,9 +1,9 @@
 #include "shell/App.h"
 
 #include <syslog.h>
+#include <unistd.h>
 
 #include <csignal>
-#include <cstdio>
 
 #include "foundation/DebugLog.h"
 #include "shell/HeadlessView.h"
@@ -33,7 +33,7 @@ int App::Run() {
     if (const auto screen = QtView::TryOpen(loop_)) return RunWith(*screen);
 #endif
     // No window to look at: the log goes to standard error instead.
-    HeadlessView headless(stderr);
+    HeadlessView headless(STDERR_FILENO);
     return RunWith(headless);
 }
 

@@ -18,6 +18,10 @@ std::int32_t CountLineBreaks(std::string_view bytes) {
 
 }  // namespace
 
+HeadlessEditField::HeadlessEditField(int echoFd) {
+    if (echoFd >= 0) echo_.emplace(echoFd);
+}
+
 void HeadlessEditField::SetText(const String& text) {
     text_ = text.WithEncoding(Encoding::UTF8);
     SetSelStart(selStart_);
@@ -37,14 +41,11 @@ void HeadlessEditField::Refresh(bool immediate) {
     if (!immediate || !echo_) return;
     const std::string_view text = text_.Bytes();
     const std::size_t lastBreak = text.find_last_of("\r\n");
-    const std::string_view entry = lastBreak == std::string_view::npos ? text : text.substr(lastBreak + 1);
-    std::fwrite(entry.data(), 1, entry.size(), echo_);
-    std::fputc('\n', echo_);
-    std::fflush(echo_);
+    echo_->WriteLine(lastBreak == std::string_view::npos ? text : text.substr(lastBreak + 1));
 }
 
 std::unique_ptr<EditField> HeadlessView::MakeEditField(const EditFieldValues& values) {
-    auto field = std::make_unique<HeadlessEditField>(echo_);
+    auto field = std::make_unique<HeadlessEditField>(echoFd_);
     field->SetText(values.Text);
     return field;
 }

@@ -1,19 +1,21 @@
 #pragma once
 
-#include <cstdio>
 #include <memory>
+#include <optional>
 
+#include "shell/LogEcho.h"
 #include "shell/WindowView.h"
 
 namespace qv {
 
 // The log's text control with no screen: the text in memory. With an echo
-// stream it also writes each entry there as one line, at the immediate refresh
-// that follows the entry, so a person running the assistant without a window
-// can follow the log.
+// descriptor it also writes each entry there as one line, at the immediate
+// refresh that follows the entry, so a person running the assistant without a
+// window can follow the log.
 class HeadlessEditField final : public EditField {
 public:
-    explicit HeadlessEditField(std::FILE* echo) : echo_(echo) {}
+    // `echoFd` receives the log's entries; -1 for none.
+    explicit HeadlessEditField(int echoFd);
 
     String Text() const override { return text_; }
     void SetText(const String& text) override;
@@ -29,15 +31,15 @@ private:
     String text_;
     std::int32_t scrollPosition_ = 0;
     std::int32_t selStart_ = 0;
-    std::FILE* echo_;
+    std::optional<LogEcho> echo_;
 };
 
 // A window that is nowhere on a screen but keeps its visibility, for machines
 // without a display and for tests.
 class HeadlessView final : public WindowView {
 public:
-    // `echo` receives the log's entries; null for none.
-    explicit HeadlessView(std::FILE* echo = nullptr) : echo_(echo) {}
+    // `echoFd` receives the log's entries; -1 for none.
+    explicit HeadlessView(int echoFd = -1) : echoFd_(echoFd) {}
 
     void SetMenuBar(const MenuItem& /*menuBar*/) override {}  // nobody to choose from it
     void ApplyValues(const WindowValues& values) override { visible_ = values.Visible; }
@@ -48,7 +50,7 @@ public:
 
 private:
     bool visible_ = false;
-    std::FILE* echo_;
+    int echoFd_;
 };
 
 }  // namespace qv

@@ -1,10 +1,12 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <stdio.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <string>
 
 #include "foundation/TextFunctions.h"
+#include "shell/LogEcho.h"
 #include "support/WindowFixture.h"
 
 namespace qv {
@@ -64,21 +66,53 @@ TEST_F(ActivityLogTest, EntryWithNoSeparatorBehindPosition2000IsCutInItsMiddle) 
     EXPECT_EQ(LogText(), std::string(1101, 'y'));
 }
 
-TEST(HeadlessViewTest, EchoesEachEntryAsOneLine) {
-    char* buffer = nullptr;
-    std::size_t size = 0;
-    std::FILE* echo = open_memstream(&buffer, &size);
+// What the pipe holds now, without waiting.
+std::string Drain(int fd) {
+    std::string bytes;
+    char buffer[65536];
+    for (ssize_t n; (n = read(fd, buffer, sizeof buffer)) > 0;) bytes.append(buffer, static_cast<std::size_t>(n));
+    return bytes;
+}
+
+class LogEchoTest : public ::testing::Test {
+protected:
+    LogEchoTest() {
+        EXPECT_EQ(pipe(fds), 0);
+        fcntl(fds[0], F_SETFL, O_NONBLOCK);
+    }
+    ~LogEchoTest() override {
+        close(fds[0]);
+        close(fds[1]);
+    }
+    int fds[2] = {-1, -1};
+};
+
+TEST_F(LogEchoTest, TheHeadlessWindowEchoesEachEntryAsOneLine) {
     {
         ManualClock clock;
         RunLoop loop(clock);
-        HeadlessView view(echo);
+        HeadlessView view(fds[1]);
         test::TempDir dir;
         RSSDownloadWindow window(loop, clock, view, String(dir.File("qvipc")));
         window.writeInputField("Status OK...");
     }
-    std::fclose(echo);
-    EXPECT_EQ(std::string(buffer, size), "Connecting to Quorvane...\nStatus OK...\n");
-    std::free(buffer);
+    EXPECT_EQ(Drain(fds[0]), "Connecting to Quorvane...\nStatus OK...\n");
+}
+
+TEST_F(LogEchoTest, AFullPipeNeverBlocksAndTheDroppedLinesAreCountedOnceItDrains) {
+    // Filled without blocking; the descriptor given to the echo blocks, as a
+    // launcher's stderr pipe does.
+    fcntl(fds[1], F_SETFL, O_NONBLOCK);
+    const std::string filler(4096, 'f');
+    while (write(fds[1], filler.data(), filler.size()) > 0) {
+    }
+    fcntl(fds[1], F_SETFL, 0);
+    LogEcho echo(fds[1]);
+    echo.WriteLine("lost");
+    echo.WriteLine("lost too");
+    Drain(fds[0]);
+    echo.WriteLine("Status OK...");
+    EXPECT_EQ(Drain(fds[0]), "2 log lines were dropped: nothing was reading standard error\nStatus OK...\n");
 }
 
 }  // namespace
