@@ -36,7 +36,7 @@ void RSSDownloadWindow::copyFile(const std::shared_ptr<FolderItem>& source,
     isFileCopyInProgress = true;
     const auto copy = [&] {
         if (!source || !source->Exists() || source->Directory() || !destination) return;
-        if (destination->Exists() && destination->IsSameFileAs(*source)) return;
+        if (destination->Exists() && destination->Reaches(*source)) return;
         if (destination->Exists()) destination->Delete();
         if (destination->Exists()) return;
 
@@ -75,7 +75,7 @@ void RSSDownloadWindow::copyFile(const std::shared_ptr<FolderItem>& source,
 
         // The companion file that some volumes make for a new file.
         const std::shared_ptr<FolderItem> sidecar = Deref(destination->Parent()).Child("._" + destination->Name());
-        if (sidecar && sidecar->Exists() && !sidecar->IsSameFileAs(*source)) sidecar->Delete();
+        if (sidecar && sidecar->Exists() && !sidecar->Reaches(*source)) sidecar->Delete();
 
         String status = "Complete";
         if (isKillCopyInProgress) {  // read afresh: an abort during the last chunk counts too

@@ -20,7 +20,8 @@ void RSSDownloadWindow::startCopy(const String& text) {
 
     const std::shared_ptr<FolderItem> source = sourceInfo.IsEmpty() ? nullptr : GetFolderItem(sourceInfo, 0);
     std::shared_ptr<FolderItem> current = destinationInfo.IsEmpty() ? nullptr : GetFolderItem(destinationInfo, 0);
-    if (!source || !source->Exists() || !current) {
+    // A FIFO or a device is no file to copy: refused as a missing one is.
+    if (!source || !source->Exists() || source->IsSpecialFile() || !current) {
         isCommandInProgress = false;
         return;
     }

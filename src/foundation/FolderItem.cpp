@@ -23,36 +23,49 @@ std::string WithoutTrailingSlashes(std::string_view path) {
 
 }  // namespace
 
-std::shared_ptr<FolderItem> FolderItem::Make(std::string path) {
+std::shared_ptr<FolderItem> FolderItem::Make(std::string path, bool mustBeFolder) {
     // The constructor is private, so make_shared cannot reach it.
-    return std::shared_ptr<FolderItem>(new FolderItem(std::move(path)));
+    return std::shared_ptr<FolderItem>(new FolderItem(std::move(path), mustBeFolder));
 }
 
 std::shared_ptr<FolderItem> GetFolderItem(const String& path, std::int32_t /*format*/) {
-    if (path.IsEmpty() || HoldsNul(path.Bytes())) return nullptr;
-    return FolderItem::Make(WithoutTrailingSlashes(path.Bytes()));
+    const std::string_view given = path.Bytes();
+    if (given.empty() || HoldsNul(given)) return nullptr;
+    std::string stripped = WithoutTrailingSlashes(given);
+    const bool mustBeFolder = stripped != "/" && stripped.size() < given.size();
+    return FolderItem::Make(std::move(stripped), mustBeFolder);
 }
 
-bool FolderItem::IsSameFileAs(const FolderItem& other) const {
+bool FolderItem::Reaches(const FolderItem& other) const {
     struct stat mine {};
-    struct stat theirs {};
-    return ::stat(path_.c_str(), &mine) == 0 && ::stat(other.path_.c_str(), &theirs) == 0 &&
-           mine.st_dev == theirs.st_dev && mine.st_ino == theirs.st_ino;
+    if (::lstat(SystemPath().c_str(), &mine) != 0) return false;
+    const auto same = [&](const struct stat& theirs) {
+        return mine.st_dev == theirs.st_dev && mine.st_ino == theirs.st_ino;
+    };
+    struct stat entry {};
+    struct stat target {};
+    return (::lstat(other.SystemPath().c_str(), &entry) == 0 && same(entry)) ||
+           (::stat(other.SystemPath().c_str(), &target) == 0 && same(target));
 }
 
 bool FolderItem::Exists() const {
     struct stat status {};
-    return ::lstat(path_.c_str(), &status) == 0;
+    return ::lstat(SystemPath().c_str(), &status) == 0;
 }
 
 bool FolderItem::Directory() const {
     struct stat status {};
-    return ::stat(path_.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    return ::stat(SystemPath().c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool FolderItem::IsSpecialFile() const {
+    struct stat status {};
+    return ::stat(SystemPath().c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
 }
 
 std::uint64_t FolderItem::Length() const {
     struct stat status {};
-    if (::stat(path_.c_str(), &status) != 0 || S_ISDIR(status.st_mode)) return 0;
+    if (::stat(SystemPath().c_str(), &status) != 0 || S_ISDIR(status.st_mode)) return 0;
     return static_cast<std::uint64_t>(status.st_size);
 }
 
@@ -82,28 +95,30 @@ std::shared_ptr<FolderItem> FolderItem::Child(const String& name) const {
 }
 
 void FolderItem::CreateAsFolder() const {
-    ::mkdir(path_.c_str(), 0777);
+    ::mkdir(SystemPath().c_str(), 0777);
 }
 
 void FolderItem::Delete() const {
+    const std::string at = SystemPath();
     struct stat status {};
-    if (::lstat(path_.c_str(), &status) != 0) return;
+    if (::lstat(at.c_str(), &status) != 0) return;
     if (S_ISDIR(status.st_mode)) {
-        ::rmdir(path_.c_str());
+        ::rmdir(at.c_str());
     } else {
-        ::unlink(path_.c_str());
+        ::unlink(at.c_str());
     }
 }
 
 std::shared_ptr<BinaryStream> FolderItem::Open(int flags) const {
+    // O_NONBLOCK so that a FIFO never holds the thread waiting for its other
+    // end; a regular file is the same either way, and nothing else is kept.
     int descriptor;
     do {
-        descriptor = ::open(path_.c_str(), flags | O_CLOEXEC, 0666);
+        descriptor = ::open(SystemPath().c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0666);
     } while (descriptor < 0 && errno == EINTR);
     if (descriptor < 0) return nullptr;
-    // A read-only open of a folder succeeds; a folder is no file to stream.
     struct stat status {};
-    if (::fstat(descriptor, &status) != 0 || S_ISDIR(status.st_mode)) {
+    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || ::fcntl(descriptor, F_SETFL, 0) != 0) {
         ::close(descriptor);
         return nullptr;
     }

@@ -190,7 +190,8 @@ TEST_F(CopyScenarioTest, MissingFoldersAreMadeAlongThePath) {
 
 TEST_F(CopyScenarioTest, ImpossibleCopiesEndSilentlyAndNeverTouchTheSource) {
     WriteFile(source + "/f", "precious");
-    fs::create_symlink(source + "/f", target + "/link");
+    fs::create_hard_link(source + "/f", target + "/hard");
+    ASSERT_EQ(mkfifo((source + "/fifo").c_str(), 0600), 0);
     struct Case {
         const char* what;
         std::string command;
@@ -200,7 +201,9 @@ TEST_F(CopyScenarioTest, ImpossibleCopiesEndSilentlyAndNeverTouchTheSource) {
         {"a missing source", CopyCommand(source + "/missing", "x", 1)},
         {"the source itself", CopyCommand(source + "/f", "../source/f", 8)},
         {"the source through another spelling", CopyCommand(source + "/f", "../source/./f", 8)},
-        {"the source through a link", CopyCommand(source + "/f", "link", 8)},
+        {"a hard link of the source", CopyCommand(source + "/f", "hard", 8)},
+        {"a FIFO as the source, which must not block", CopyCommand(source + "/fifo", "x", 1)},
+        {"a file name with a trailing slash", CopyCommand(source + "/f/", "x", 1)},
         {"an empty destination path", CopyCommand(source + "/f", "", 8)},
     };
     for (const Case& c : cases) {
@@ -210,6 +213,15 @@ TEST_F(CopyScenarioTest, ImpossibleCopiesEndSilentlyAndNeverTouchTheSource) {
     }
     // The failed request still left its tag for an abort to report.
     EXPECT_EQ(Run(test::Command({{"Command", "CopyFileAbort"}})), Replies{End("Abort")});
+}
+
+TEST_F(CopyScenarioTest, ALinkToTheSourceAtTheDestinationIsReplacedByACopy) {
+    WriteFile(source + "/f", "precious");
+    fs::create_symlink(source + "/f", target + "/link");
+    EXPECT_EQ(Run(CopyCommand(source + "/f", "link", 8)).back(), End("Complete"));
+    EXPECT_FALSE(fs::is_symlink(target + "/link"));
+    EXPECT_EQ(ReadFile(target + "/link"), "precious");
+    EXPECT_EQ(ReadFile(source + "/f"), "precious");
 }
 
 TEST_F(CopyScenarioTest, TheCompanionFileOfTheCopyIsRemoved) {

@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -22,8 +23,8 @@ std::string PathOf(const std::shared_ptr<FolderItem>& item) {
 // Paths are taken apart as text only, so these need no files.
 TEST(FolderItemPathTest, GetFolderItemKeepsThePathAsGiven) {
     const std::pair<std::string_view, const char*> cases[] = {
-        {"", "<nil>"},         {"a\0b"sv, "<nil>"},    {"/", "/"},     {"///", "/"},
-        {"/tmp/x/", "/tmp/x"}, {"x//../y", "x//../y"}, {"rel", "rel"},
+        {"", "<nil>"},          {"a\0b"sv, "<nil>"},    {"/", "/"},     {"///", "/"},
+        {"/tmp/x//", "/tmp/x/"}, {"x//../y", "x//../y"}, {"rel", "rel"},
     };
     for (const auto& [given, expected] : cases) {
         EXPECT_EQ(PathOf(GetFolderItem(String(given), 0)), expected) << given;
@@ -144,6 +145,44 @@ TEST_F(FolderItemTest, CreatingEmptiesAFileAndRefusesAFolder) {
     EXPECT_FALSE(Item("folder")->OpenAsBinaryFile(true));
     EXPECT_FALSE(Item("folder")->CreateBinaryFile("unknown"));
     EXPECT_TRUE(Item("folder")->Directory());
+}
+
+TEST_F(FolderItemTest, ATrailingSlashNamesAFolderOnly) {
+    WriteFile("five.bin", "12345");
+    Item("dir")->CreateAsFolder();
+    const auto file = Item("five.bin/");
+    EXPECT_FALSE(file->Exists());
+    EXPECT_FALSE(file->OpenAsBinaryFile(false));
+    EXPECT_TRUE(Item("dir/")->Directory());
+    EXPECT_EQ(PathOf(Item("dir/")->Child("a")), PathTo("dir/a"));
+}
+
+TEST_F(FolderItemTest, SpecialFilesAreNeverOpenedNorWaitedFor) {
+    ASSERT_EQ(::mkfifo(PathTo("fifo").c_str(), 0600), 0);
+    WriteFile("plain", "x");
+    Item("folder")->CreateAsFolder();
+    EXPECT_TRUE(Item("fifo")->IsSpecialFile());
+    EXPECT_TRUE(GetFolderItem("/dev/null")->IsSpecialFile());
+    EXPECT_FALSE(Item("plain")->IsSpecialFile());
+    EXPECT_FALSE(Item("folder")->IsSpecialFile());
+    // Opening a FIFO with no writer would wait for ever.
+    EXPECT_FALSE(Item("fifo")->OpenAsBinaryFile(false));
+    EXPECT_FALSE(Item("fifo")->CreateBinaryFile("unknown"));
+}
+
+TEST_F(FolderItemTest, AnItemReachesTheSourceOnlyWhenWritingItWouldWriteTheSource) {
+    WriteFile("f", "source");
+    ASSERT_EQ(::link(PathTo("f").c_str(), PathTo("hard").c_str()), 0);
+    ASSERT_EQ(::symlink(PathTo("f").c_str(), PathTo("link").c_str()), 0);
+    WriteFile("other", "other");
+    const auto source = Item("f");
+    const std::pair<std::string, bool> cases[] = {
+        {"f", true}, {"./f", true}, {"hard", true}, {"link", false}, {"other", false}, {"missing", false},
+    };
+    for (const auto& [name, reaches] : cases) EXPECT_EQ(Item(name)->Reaches(*source), reaches) << name;
+    // A source given through its link reaches the file the link names.
+    EXPECT_TRUE(source->Reaches(*Item("link")));
+    EXPECT_TRUE(Item("link")->Reaches(*Item("link")));
 }
 
 using BinaryStreamTest = FolderItemTest;
