@@ -67,8 +67,10 @@ void RSSDownloadWindow::copyFile(const std::shared_ptr<FolderItem>& source,
                                0);
                 pauseForEvents();
             }
-            // A chunk that was read is written, also when an abort came in meanwhile.
-            output->WriteExtent(*input, chunk);
+            // A chunk that was read is written, also when an abort came in
+            // meanwhile. The first write that falls short (a full disk) ends the
+            // copy, so that the destination stays an exact prefix of the source.
+            if (!output->WriteExtent(*input, chunk)) break;
         }
         input->Close();
         output->Close();

@@ -54,24 +54,23 @@ void BinaryStream::Write(const String& data) {
 
 namespace {
 
-// For files that the kernel cannot copy between: a buffer at a time.
-void CopyThroughMemory(int from, off_t& fromOffset, int to, off_t& toOffset, std::uint64_t left) {
+// For files that the kernel cannot copy between: a buffer at a time. Both
+// offsets move by what was written; `left` keeps what was not.
+void CopyThroughMemory(int from, off_t& fromOffset, int to, off_t& toOffset, std::uint64_t& left) {
     std::string buffer(static_cast<std::size_t>(std::min<std::uint64_t>(left, 1024 * 1024)), '\0');
     while (left > 0) {
         const ssize_t got = ::pread(from, buffer.data(), std::min<std::uint64_t>(left, buffer.size()), fromOffset);
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0) return;
-        std::size_t written = 0;
-        while (written < static_cast<std::size_t>(got)) {
-            const ssize_t n = ::pwrite(to, buffer.data() + written, static_cast<std::size_t>(got) - written,
-                                       toOffset + static_cast<off_t>(written));
+        for (std::size_t written = 0; written < static_cast<std::size_t>(got);) {
+            const ssize_t n = ::pwrite(to, buffer.data() + written, static_cast<std::size_t>(got) - written, toOffset);
             if (n < 0 && errno == EINTR) continue;
             if (n <= 0) return;
             written += static_cast<std::size_t>(n);
+            fromOffset += n;
+            toOffset += n;
+            left -= static_cast<std::uint64_t>(n);
         }
-        fromOffset += got;
-        toOffset += got;
-        left -= static_cast<std::uint64_t>(got);
     }
 }
 
@@ -87,8 +86,8 @@ BinaryStream::Extent BinaryStream::Reserve(std::int32_t count) {
     return extent;
 }
 
-void BinaryStream::WriteExtent(const BinaryStream& source, Extent extent) {
-    if (descriptor_ < 0 || source.descriptor_ < 0) return;
+bool BinaryStream::WriteExtent(const BinaryStream& source, Extent extent) {
+    if (descriptor_ < 0 || source.descriptor_ < 0) return extent.length == 0;
     auto from = static_cast<off_t>(extent.offset);
     auto to = static_cast<off_t>(position_);
     std::uint64_t left = extent.length;
@@ -106,6 +105,7 @@ void BinaryStream::WriteExtent(const BinaryStream& source, Extent extent) {
         }
     }
     position_ = static_cast<std::uint64_t>(to);
+    return left == 0;
 }
 
 bool BinaryStream::EndOfFile() const {

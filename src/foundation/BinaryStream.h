@@ -44,7 +44,9 @@ public:
     Extent Reserve(std::int32_t count);
     // Writes `extent` of `source` at this stream's position, by copy_file_range
     // where the file systems allow it and by reading and writing otherwise.
-    void WriteExtent(const BinaryStream& source, Extent extent);
+    // False when less than the whole extent was written (a full disk, a source
+    // that shrank): what was written stays, and the position has moved by it.
+    bool WriteExtent(const BinaryStream& source, Extent extent);
 
 private:
     friend class FolderItem;

@@ -22,8 +22,10 @@ constexpr const char* kChannelPath = "/tmp/qvipc";
 
 App::App() {
     openlog("QVAssistant", LOG_PID, LOG_USER);
-    // A peer that vanishes mid-write must end in an Error event, not a signal.
+    // A peer that vanishes mid-write must end in an Error event, and a file
+    // size limit must end a copy as a full disk does, not end the process.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 App::~App() { closelog(); }

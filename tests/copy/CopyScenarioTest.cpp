@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -213,6 +215,29 @@ TEST_F(CopyScenarioTest, ImpossibleCopiesEndSilentlyAndNeverTouchTheSource) {
     }
     // The failed request still left its tag for an abort to report.
     EXPECT_EQ(Run(test::Command({{"Command", "CopyFileAbort"}})), Replies{End("Abort")});
+}
+
+TEST_F(CopyScenarioTest, ADiskThatFillsEndsTheCopyWithAnExactPrefixThoughItFreesAgain) {
+    constexpr std::size_t kFull = 3 * 1048576;
+    const std::string bytes = Bytes(3 * 2097152);
+    WriteFile(source + "/big", bytes);
+    // The destination fills at 3 MiB, in the middle of the second chunk, and
+    // has room again as soon as it has been found full.
+    rlimit unlimited{};
+    getrlimit(RLIMIT_FSIZE, &unlimited);
+    const rlimit full{kFull, unlimited.rlim_max};
+    const auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
+    setrlimit(RLIMIT_FSIZE, &full);
+    clock.onReading = [&] {
+        std::error_code ignored;
+        if (fs::file_size(target + "/big", ignored) == kFull) setrlimit(RLIMIT_FSIZE, &unlimited);
+    };
+    const Replies replies = Run(CopyCommand(source + "/big", "big", 3 * 2097152));
+    clock.onReading = nullptr;
+    setrlimit(RLIMIT_FSIZE, &unlimited);
+    std::signal(SIGXFSZ, previousHandler);
+    EXPECT_EQ(replies.back(), End("Complete"));
+    EXPECT_TRUE(ReadFile(target + "/big") == bytes.substr(0, kFull)) << fs::file_size(target + "/big");
 }
 
 TEST_F(CopyScenarioTest, ALinkToTheSourceAtTheDestinationIsReplacedByACopy) {

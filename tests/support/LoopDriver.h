@@ -10,14 +10,21 @@ namespace qv::test {
 
 // A clock that moves on by `step` at every reading, so that code which waits
 // by watching the clock (and nothing else) sees time pass at full speed.
+// `onReading`, when set, runs at each reading: the world changing while the
+// code under test goes on.
 class SteppingClock final : public Clock {
 public:
-    explicit SteppingClock(Duration step) : step_(step) {}
-    Duration Now() const override { return now_ += step_; }
+    explicit SteppingClock(Duration step, Duration start = std::chrono::hours(1)) : step_(step), now_(start) {}
+    Duration Now() const override {
+        if (onReading) onReading();
+        return now_ += step_;
+    }
+
+    std::function<void()> onReading;
 
 private:
     Duration step_;
-    mutable Duration now_ = std::chrono::hours(1);
+    mutable Duration now_;
 };
 
 // Moves a manual clock forward to `until`, stopping at every timer due on the
