@@ -1,5 +1,6 @@
 #include <cmath>
 #include <limits>
+#include <optional>
 
 #include "foundation/TextFunctions.h"
 #include "shell/RSSDownloadWindow.h"
@@ -18,10 +19,6 @@ double Quotient(double amount, double divider) {
     if (divider != 0.0) return amount / divider;
     if (amount == 0.0) return std::numeric_limits<double>::quiet_NaN();
     return std::copysign(std::numeric_limits<double>::infinity(), amount);
-}
-
-std::int32_t TicksBetween(std::int32_t from, std::int32_t to) {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(to) - static_cast<std::uint32_t>(from));
 }
 
 }  // namespace
@@ -47,15 +44,17 @@ void RSSDownloadWindow::copyFile(const std::shared_ptr<FolderItem>& source,
         const std::shared_ptr<BinaryStream> output = destination->CreateBinaryFile("unknown");
         if (!input || !output) return;
 
-        std::int32_t reportDue = 0;  // so the first chunk of every file reports
+        // None at first, so that the first chunk of every file reports, at any
+        // uptime; then one a second, compared across the wrap of the count.
+        std::optional<std::int32_t> reportDue;
         while (!input->EndOfFile() && !isKillCopyInProgress) {
             const auto position = static_cast<std::int64_t>(input->Position());
             if (length < position + chunkSize) chunkSize = length - position;
             const BinaryStream::Extent chunk = input->Reserve(static_cast<std::int32_t>(chunkSize));
             // The size asked for counts, not what the read gave, and before the write.
             AmountTransferred += chunkSize;
-            if (reportDue < Ticks(clock_)) {
-                reportDue = Ticks(clock_) + kTicksPerReport;
+            if (const std::int32_t now = Ticks(clock_); !reportDue || TicksBetween(*reportDue, now) > 0) {
+                reportDue = TicksAfter(now, kTicksPerReport);
                 const std::int64_t barPos = CvtReal64ToSInt64(
                     Quotient(static_cast<double>(AmountTransferred), static_cast<double>(SizeDivider)));
                 const std::int32_t elapsed = TicksBetween(StartTicks, Ticks(clock_)) / 60;

@@ -19,6 +19,14 @@ std::int32_t Ticks(const Clock& clock) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(ticks));
 }
 
+std::int32_t TicksAfter(std::int32_t ticks, std::int32_t count) {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(ticks) + static_cast<std::uint32_t>(count));
+}
+
+std::int32_t TicksBetween(std::int32_t from, std::int32_t to) {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(to) - static_cast<std::uint32_t>(from));
+}
+
 double Microseconds(const Clock& clock) {
     return std::chrono::duration<double, std::micro>(clock.Now()).count();
 }

@@ -40,6 +40,12 @@ private:
 // of uptime, as the peer's own count does).
 std::int32_t Ticks(const Clock& clock);
 
+// Tick arithmetic that wraps as the count does, so that a deadline or a due
+// tick works across the wrap; compare ticks by TicksBetween, never by sign.
+std::int32_t TicksAfter(std::int32_t ticks, std::int32_t count);
+// `to` less `from`: right across the wrap for spans under about 207 days.
+std::int32_t TicksBetween(std::int32_t from, std::int32_t to);
+
 // Microseconds since the clock's start.
 double Microseconds(const Clock& clock);
 

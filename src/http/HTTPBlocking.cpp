@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <limits>
+
 #include "foundation/TextFunctions.h"
 #include "http/HTTPSocket.h"
 
@@ -8,11 +11,6 @@ namespace {
 // How long a pass of the wait sleeps on the socket when nothing has moved: the
 // wait sleeps in poll(2) instead of spinning; its events and deadlines are the same.
 constexpr std::chrono::milliseconds kIdleWait(10);
-
-// Tick arithmetic wraps as the 32-bit counter itself does.
-std::int32_t TicksAfter(std::int32_t ticks, std::int32_t seconds) {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(ticks) + static_cast<std::uint32_t>(seconds) * 60u);
-}
 
 }  // namespace
 
@@ -59,20 +57,23 @@ void HTTPSocket::WaitForPage() {
     std::size_t lastPageLength = 0;
     _pageComplete = false;
     mErrorCode = 0;
-    std::int32_t deadline = TicksAfter(Ticks(clock_), timeoutSeconds);
+    // The span in ticks, at most what the wrapping comparison can tell.
+    const auto span = static_cast<std::int32_t>(
+        std::min<std::int64_t>(std::int64_t{timeoutSeconds} * 60, std::numeric_limits<std::int32_t>::max()));
+    std::int32_t deadline = TicksAfter(Ticks(clock_), span);
     while (!_pageComplete && mErrorCode == 0) {
         Poll();
         bool moved = true;
         if (_connectionValid != lastConnectionState) {
             lastConnectionState = _connectionValid;
-            deadline = TicksAfter(Ticks(clock_), timeoutSeconds);
+            deadline = TicksAfter(Ticks(clock_), span);
         } else if (_pageBuffer.Size() != lastPageLength) {
             lastPageLength = _pageBuffer.Size();
-            deadline = TicksAfter(Ticks(clock_), timeoutSeconds);
+            deadline = TicksAfter(Ticks(clock_), span);
         } else {
             moved = false;
         }
-        if (timeoutSeconds > 0 && deadline < Ticks(clock_)) {
+        if (timeoutSeconds > 0 && TicksBetween(deadline, Ticks(clock_)) > 0) {
             Close();
             SetError(-1);
             break;

@@ -44,7 +44,8 @@ std::string Locator(const std::string& path) { return std::string(Base64Encode(S
 // pause, so time here moves on at every reading of the clock.
 class CopyScenarioTest : public ::testing::Test {
 protected:
-    CopyScenarioTest() {
+    explicit CopyScenarioTest(Duration step = std::chrono::milliseconds(25), Duration start = std::chrono::hours(1))
+        : clock(step, start) {
         fs::create_directory(source);
         fs::create_directory(target);
         EXPECT_TRUE(test::RunUntil(loop, [&] { return window.ControlNamed<RSSDownloadWindow::QVIPCSocket>("QVIPCSocket").IsConnected(); }));
@@ -83,7 +84,7 @@ protected:
                "\r\nMsgStr: " + message + "\r\nHTTPError: \r\n";
     }
 
-    test::SteppingClock clock{std::chrono::milliseconds(25)};
+    test::SteppingClock clock;
     RunLoop loop{clock};
     test::TempDir dir;
     std::string source = dir.File("source");
@@ -238,6 +239,33 @@ TEST_F(CopyScenarioTest, ADiskThatFillsEndsTheCopyWithAnExactPrefixThoughItFrees
     std::signal(SIGXFSZ, previousHandler);
     EXPECT_EQ(replies.back(), End("Complete"));
     EXPECT_TRUE(ReadFile(target + "/big") == bytes.substr(0, kFull)) << fs::file_size(target + "/big");
+}
+
+// Ticks, 60 a second in signed 32 bits, wrap 2^31 sixtieths of a second after
+// the system's clock started: after some 414 days of uptime.
+constexpr auto kTickWrap = std::chrono::duration<std::int64_t, std::ratio<1, 60>>(std::int64_t{1} << 31);
+
+class CopyAcrossTheTickWrapTest : public CopyScenarioTest {
+protected:
+    CopyAcrossTheTickWrapTest()
+        : CopyScenarioTest(std::chrono::milliseconds(250), std::chrono::duration_cast<Duration>(kTickWrap) -
+                                                               std::chrono::seconds(1)) {}
+};
+
+TEST_F(CopyAcrossTheTickWrapTest, ReportsComeOnceASecondAcrossTheWrapAndAfterIt) {
+    WriteFile(source + "/big", Bytes(12 * 2097152));
+    const Replies across = Run(CopyCommand(source + "/big", "big", 12 * 2097152));
+    ASSERT_GE(across.size(), 4u);
+    // Each report a second or more after the one before: the elapsed seconds rise.
+    for (std::size_t i = 1; i + 1 < across.size(); ++i) {
+        EXPECT_LT(across[i - 1].substr(across[i - 1].find(" elapsed") - 5, 5),
+                  across[i].substr(across[i].find(" elapsed") - 5, 5));
+    }
+    ASSERT_LT(Ticks(clock), 0) << "the count has wrapped";
+    WriteFile(source + "/small", "after the wrap");
+    const Replies after = Run(CopyCommand(source + "/small", "small", 14));
+    ASSERT_EQ(after.size(), 2u) << "a non-empty file always reports";
+    EXPECT_NE(after[0].find("Status: InProgress"), std::string::npos);
 }
 
 TEST_F(CopyScenarioTest, ALinkToTheSourceAtTheDestinationIsReplacedByACopy) {
