@@ -61,7 +61,7 @@ void RSSDownloadWindow::copyFile(const std::shared_ptr<FolderItem>& source,
                 const String message = getScaledSize(AmountTransferred) + " of " + getScaledSize(TotalSize) + ", " +
                                        secondsToString(elapsed) + " elapsed";
                 RSSSendCommand("Response: CopyFile" + CRLF + "SrcFileInfoMD5: " + SrcFileInfoMD5 + CRLF +
-                                   "Status: InProgress" + CRLF + "BarPos: " + Format(static_cast<double>(barPos), "#") +
+                                   "Status: InProgress" + CRLF + "BarPos: " + Format(barPos, "#") +
                                    CRLF + "MsgStr: " + message + CRLF,
                                0);
                 pauseForEvents();

@@ -75,9 +75,19 @@ std::string DecimalDigits(std::uint64_t value, std::size_t width) {
     return digits;
 }
 
-}  // namespace
-
-namespace {
+// The sign, the whole digits padded to the mask's mandatory places, and the
+// decimals behind a point where the mask has any.
+String Compose(const Mask& places, bool negative, const std::string& digits, const std::string& decimals) {
+    std::string text;
+    if (negative) text += '-';
+    if (digits.size() < places.integerPlaces) text.append(places.integerPlaces - digits.size(), '0');
+    text += digits;
+    if (!decimals.empty()) {
+        text += '.';
+        text += decimals;
+    }
+    return String(std::move(text));
+}
 
 template <class Int>
 Int CutToInteger(double value) {
@@ -158,16 +168,18 @@ String Format(double value, const String& mask) {
         scaled -= scale;
     }
 
-    std::string text;
-    if (value < 0 && (whole != 0 || scaled != 0)) text += '-';
-    const std::string digits = WholeDigits(whole);
-    if (digits.size() < places.integerPlaces) text.append(places.integerPlaces - digits.size(), '0');
-    text += digits;
-    if (places.decimals > 0) {
-        text += '.';
-        text += DecimalDigits(static_cast<std::uint64_t>(scaled), places.decimals);
-    }
-    return String(std::move(text));
+    return Compose(places, value < 0 && (whole != 0 || scaled != 0), WholeDigits(whole),
+                   DecimalDigits(static_cast<std::uint64_t>(scaled), places.decimals));
+}
+
+String FormatInteger(std::int64_t value, const String& mask) {
+    const Mask places = ReadMask(mask.Bytes());
+    // Negated in unsigned arithmetic, where the most negative value has a magnitude too.
+    const std::uint64_t magnitude = value < 0 ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
+    char buffer[24];
+    const auto end = std::to_chars(std::begin(buffer), std::end(buffer), magnitude).ptr;
+    const std::string digits = magnitude == 0 ? std::string() : std::string(std::begin(buffer), end);
+    return Compose(places, value < 0, digits, std::string(places.decimals, '0'));
 }
 
 }  // namespace qv

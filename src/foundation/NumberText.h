@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 
 #include "foundation/String.h"
@@ -35,5 +36,12 @@ double Val(const String& text);
 // shown. Infinities and NaN read "inf", "-inf" and "nan". At most 18 decimal
 // places are honoured; other mask characters are ignored.
 String Format(double value, const String& mask);
+// The same for an integer, exactly, also beyond 2^53 where a double would
+// round it: the largest signed 64-bit value reads 9223372036854775807.
+String FormatInteger(std::int64_t value, const String& mask);
+template <std::signed_integral Int>
+String Format(Int value, const String& mask) {
+    return FormatInteger(value, mask);
+}
 
 }  // namespace qv

@@ -127,11 +127,9 @@ TEST_F(CopyScenarioTest, SmallOrMissingTotalsDoNotTrap) {
     WriteFile(source + "/k", Bytes(1000));
     EXPECT_EQ(Run(CopyCommand(source + "/k", "k", 1000)),
               (Replies{Progress("500", "1000.0 bytes of 1000.0 bytes, 00:00 elapsed"), End("Complete")}));
-    const Replies zero = Run(CopyCommand(source + "/k", "k", 0));
-    ASSERT_EQ(zero.size(), 2u);
-    EXPECT_NE(zero[0].find("\r\nBarPos: "), std::string::npos);
-    EXPECT_NE(zero[0].find("\r\nMsgStr: 1000.0 bytes of 0.0 bytes, 00:00 elapsed\r\n"), std::string::npos) << zero[0];
-    EXPECT_EQ(zero[1], End("Complete"));
+    // A total under 400 divides by 0: the largest 64-bit value, not 2^63.
+    EXPECT_EQ(Run(CopyCommand(source + "/k", "k", 0)),
+              (Replies{Progress("9223372036854775807", "1000.0 bytes of 0.0 bytes, 00:00 elapsed"), End("Complete")}));
 }
 
 TEST_F(CopyScenarioTest, TheRunningTotalCarriesAcrossCommandsUntilReset) {

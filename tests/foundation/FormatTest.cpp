@@ -2,6 +2,7 @@
 
 #include <cfloat>
 #include <cmath>
+#include <cstdint>
 #include <string_view>
 
 #include "foundation/NumberText.h"
@@ -71,6 +72,18 @@ TEST(Format, LargeValuesAndNonFiniteValues) {
     const String largest = Format(DBL_MAX, "#");
     EXPECT_EQ(largest.Size(), 309u);
     EXPECT_EQ(largest.Bytes().substr(0, 17), "17976931348623157");
+}
+
+TEST(Format, IntegersAreExactBeyondTheDoublesRange) {
+    const struct {
+        std::int64_t value;
+        std::string_view mask;
+        std::string_view expected;
+    } cases[] = {
+        {INT64_MAX, "#", "9223372036854775807"}, {INT64_MIN, "0.0", "-9223372036854775808.0"},
+        {0, "#", ""},  {0, "00", "00"}, {7, "00", "07"}, {-503, "#", "-503"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(Format(c.value, c.mask).Bytes(), c.expected) << c.value;
 }
 
 // The byte counts of the copy's progress text, divided by their unit.
