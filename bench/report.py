@@ -15,6 +15,7 @@ FLATNESS_GOAL = 1.2   # time per MiB at ten times the size, over that at the sma
 RECEIVE_GOAL = 1.5    # HTTPSocket's time for a 64 MiB body over curl's
 DELIVERY_GOAL = 1.2   # delivering a page over compressing and encoding its report alone
 MEMORY_GOAL = 4.0     # peak memory of a delivery above the idle process, in page sizes
+HEADER_GOAL_MS = 50.0  # parsing 40,000 repeats of one header name
 
 
 def read_runs(path):
@@ -92,6 +93,17 @@ def delivery(runs):
     return met
 
 
+def headers(runs):
+    title = "Parsing 40,000 repeats of one header"
+    run = runs.get("BM_ParseRepeatedHeader/40000")
+    if run is None:
+        print(f"{title}: not measured")
+        return False
+    met = milliseconds(run) < HEADER_GOAL_MS
+    print(f"{title}: {milliseconds(run):.1f} ms (goal under {HEADER_GOAL_MS:g} ms): {verdict(met)}")
+    return met
+
+
 def memory(path):
     """One figure per line of qvbench_memory's output; False when there are none."""
     if path is None:
@@ -123,6 +135,7 @@ def main():
         flatness(rates, "One frame in 4 KiB reads", "BM_IntakeLargeFrame", "bytes"),
         receive(runs),
         delivery(runs),
+        headers(runs),
         *memory(sys.argv[2] if len(sys.argv) > 2 else None),
     ]
     return 0 if all(results) else 1

@@ -24,6 +24,12 @@ String BareName(const String& key) {
     return NthField(key, ":", 1);
 }
 
+std::string Folded(const String& name) {
+    std::string folded(name.Bytes());
+    for (char& c : folded) c = FoldCase(c);
+    return folded;
+}
+
 }  // namespace
 
 std::int32_t InternetHeaders::Count() const {
@@ -65,10 +71,14 @@ String InternetHeaders::CommaSeparatedValues(const String& name) const {
 }
 
 void InternetHeaders::AppendHeader(const String& name, const String& value) {
-    String key = name;
+    if (!table_.HasKey(name)) {
+        table_.SetValue(name, value);
+        return;
+    }
     const String bare = BareName(name);
-    for (std::int32_t counter = 1; table_.HasKey(key); ++counter) key = SuffixedKey(bare, counter);
-    table_.SetValue(key, value);
+    std::int32_t& counter = firstMaybeFree_.try_emplace(Folded(bare), 1).first->second;
+    while (table_.HasKey(SuffixedKey(bare, counter))) ++counter;
+    table_.SetValue(SuffixedKey(bare, counter++), value);
 }
 
 void InternetHeaders::SetHeader(const String& name, const String& value) {
@@ -85,26 +95,34 @@ void InternetHeaders::SetHeader(const String& name, const String& value, std::in
 void InternetHeaders::Delete(const String& name) {
     const std::int32_t count = NameCount(name);
     if (count == 0) return;
-    table_.Remove(name);
-    for (std::int32_t index = 1; index < count; ++index) table_.Remove(SuffixedKey(name, index));
+    RemoveKey(name);
+    for (std::int32_t index = 1; index < count; ++index) RemoveKey(SuffixedKey(name, index));
 }
 
 void InternetHeaders::Delete(const String& name, std::int32_t index) {
     const String key = KeyAt(name, index);
     if (!table_.HasKey(key)) return;
-    table_.Remove(key);
+    RemoveKey(key);
     // Each later value moves down into the index just freed, up to the first
     // absent one. The bound only keeps `freed + 1` from overflowing.
     for (std::int32_t freed = index; freed < std::numeric_limits<std::int32_t>::max(); ++freed) {
         const String next = SuffixedKey(name, freed + 1);
         if (!table_.HasKey(next)) break;
         table_.SetValue(KeyAt(name, freed), table_.Value(next));
-        table_.Remove(next);
+        RemoveKey(next);
     }
 }
 
-void InternetHeaders::DeleteAllHeaders() {
+void InternetHeaders::DeleteAllHeaders() { Clear(); }
+
+void InternetHeaders::RemoveKey(const String& key) {
+    table_.Remove(key);
+    firstMaybeFree_.erase(Folded(BareName(key)));  // the number just freed may be lower
+}
+
+void InternetHeaders::Clear() {
     table_ = Dictionary();
+    firstMaybeFree_.clear();
 }
 
 String InternetHeaders::Source() const {
@@ -114,7 +132,7 @@ String InternetHeaders::Source() const {
 void InternetHeaders::_ParseHeaders(const String& text) {
     source_ = text;
     const String eol = _DetermineEOLCharacter(text);
-    table_ = Dictionary();
+    Clear();
     const String unfolded = ReplaceAll(ReplaceAll(text, eol + " ", " "), eol + Chr(9), " ");
     for (const String& line : Split(unfolded, eol)) {
         const std::int32_t colon = InStr(1, line, ":");

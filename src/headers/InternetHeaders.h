@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <unordered_map>
 
 #include "foundation/Dictionary.h"
 #include "foundation/String.h"
@@ -74,8 +76,17 @@ public:
     String _FormatEmailHeaders() const;
 
 private:
+    // Every change that removes a key goes through here, so the free numbers
+    // below stay true.
+    void RemoveKey(const String& key);
+    void Clear();
+
     Dictionary table_;
     String source_;
+    // Per bare name (case-folded), a number from which the search for the next
+    // free "name:n" may start: every lower one is taken. A server that repeats
+    // a header 40,000 times then costs linear time, not quadratic.
+    std::unordered_map<std::string, std::int32_t> firstMaybeFree_;
 };
 
 }  // namespace qv

@@ -189,6 +189,36 @@ TEST(InternetHeadersChange, DeleteStopsAtAGap) {
     EXPECT_EQ(headers.Count(), 1);
 }
 
+TEST(InternetHeadersChange, AnAppendTakesTheLowestFreeNumberAfterAnyDelete) {
+    struct Case {
+        const char* what;
+        void (*change)(InternetHeaders&);
+        std::string keyOfTheAppend;
+    };
+    const Case cases[] = {
+        {"nothing deleted", [](InternetHeaders&) {}, "A:3"},
+        {"all deleted", [](InternetHeaders& h) { h.Delete("a"); }, "A"},
+        {"one moved down", [](InternetHeaders& h) { h.Delete("A", 1); }, "A:2"},
+        {"one index freed", [](InternetHeaders& h) { h.Delete("A", 2); h.SetHeader("A", "x", 5); }, "A:2"},
+        {"all replaced", [](InternetHeaders& h) { h.SetHeader("A", "only"); }, "A:1"},
+        {"the table emptied", [](InternetHeaders& h) { h.DeleteAllHeaders(); }, "A"},
+    };
+    for (const Case& c : cases) {
+        InternetHeaders headers = ThreeOfA();
+        c.change(headers);
+        headers.AppendHeader("A", "new");
+        EXPECT_EQ(headers.Value(String(c.keyOfTheAppend)).Bytes(), "new") << c.what;
+    }
+}
+
+TEST(InternetHeadersParse, AHundredThousandRepeatsOfOneNameAreAllKept) {
+    std::string text;
+    for (int i = 0; i < 100'000; ++i) text += "X: " + std::to_string(i) + "\r\n";
+    const InternetHeaders headers = Parsed(text);
+    EXPECT_EQ(headers.NameCount("x"), 100'000);
+    EXPECT_EQ(headers.Value("X", 99'999).Bytes(), "99999");
+}
+
 TEST(InternetHeadersSource, KeepsTheParsedTextWhateverChanges) {
     const std::string_view text = "HTTP/1.0 200 OK\r\nSubject: one\r\n two\r\nA: 1\r\n";
     InternetHeaders headers = Parsed(text);
