@@ -11,8 +11,10 @@ namespace qv {
 class ZCompression {
 public:
     String CompressBytes(const String& bytes);
-    // `originalSize` is the length the result is expected to have; a stream
-    // that holds more fails, one that holds less gives what it holds.
+    // The whole text of the stream. `originalSize` is the length it is
+    // expected to have: the buffer is made that large first (never larger than
+    // the stream could expand to), and grows only for a stream that holds
+    // more. Judging a length that differs is the caller's business.
     String DecompressBytes(const String& bytes, std::int32_t originalSize);
     std::int32_t ErrorValue() const { return errorValue_; }
 
