@@ -12,7 +12,7 @@ packages=(
   clang libclang-rt-14-dev           # the fuzz targets (libFuzzer, sanitizers)
   nginx-light                        # the real web server of the process tests
   curl                               # the peer of the HTTP receive benchmark
-  qt6-base-dev                       # the window (without it the build is headless)
+  qt6-base-dev libxcb1-dev            # the window (without it the build is headless)
   xvfb xdotool xclip imagemagick     # the window's tests on a virtual screen
   python3                            # the window test's peer, the bench reports
 )

@@ -25,6 +25,8 @@ public:
 
 protected:
     void AcceptPending() override;
+    // Closing gives the path up: the socket file goes, if it is still ours.
+    void OnClose() override { claim_.reset(); }
 
 private:
     String path_;

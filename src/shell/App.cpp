@@ -32,7 +32,13 @@ App::~App() { closelog(); }
 
 int App::Run() {
 #if defined(QV_WITH_QT)
-    if (const auto screen = QtView::TryOpen(loop_)) return RunWith(*screen);
+    if (const auto screen = QtView::TryOpen(loop_)) {
+        // The process ends with the display; the channel's socket file goes first.
+        screen->onDisplayLost = [this] {
+            if (window_) window_->ControlNamed<RSSDownloadWindow::QVIPCSocket>("QVIPCSocket").Close();
+        };
+        return RunWith(*screen);
+    }
 #endif
     // No window to look at: the log goes to standard error instead.
     HeadlessView headless(STDERR_FILENO);
@@ -42,11 +48,13 @@ int App::Run() {
 int App::RunWith(WindowView& view) {
     try {
         RSSDownloadWindow window(loop_, clock_, view, kChannelPath);
+        window_ = &window;
         loop_.Run();
     } catch (...) {
         // The last resort for start-up: logged, and the process ends as usual.
         System::DebugLogUnhandled(std::current_exception());
     }
+    window_ = nullptr;
     return loop_.ExitStatus();
 }
 

@@ -7,6 +7,8 @@
 
 namespace qv {
 
+class RSSDownloadWindow;
+
 // The application object: it owns what lives as long as the process (the
 // clock, the loop), puts the one window on a screen where there is one and
 // nowhere otherwise, and runs the loop.
@@ -24,6 +26,8 @@ private:
     int RunWith(WindowView& view);
 
     SystemClock clock_;
+    // The one window while the loop runs.
+    RSSDownloadWindow* window_ = nullptr;
     RunLoop loop_{clock_};
     QuitOnSignal quitOnSignal_{loop_};
 };

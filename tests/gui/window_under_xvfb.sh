@@ -28,7 +28,8 @@ export DISPLAY=$display
 for _ in $(seq 100); do xdotool getdisplaygeometry >/dev/null 2>&1 && break; sleep 0.1; done
 
 # A peer as Quorvane is: frames of packed commands on the channel. A step
-# "wait" holds until the script writes a line to the peer's input.
+# "wait" holds until the script writes a line to the peer's input, "hold"
+# stays connected and silent for 30 s.
 cat >"$work/peer.py" <<'PY'
 import base64, socket, sys, time, zlib
 path, *steps = sys.argv[1:]
@@ -41,6 +42,8 @@ def frame(word):
 for step in steps:
     if step == "wait":
         sys.stdin.readline()
+    elif step == "hold":
+        time.sleep(30)
     else:
         s.sendall(frame(step))
 time.sleep(0.2)
@@ -101,4 +104,23 @@ wait_until test -S "$channel" || fail "not listening again"
 "$qvctl" hide --wait 3 &
 pids+=($!)
 wait_until bash -c '! xdotool search --onlyvisible --name "^QVAssistant$" >/dev/null 2>&1' || fail "qvctl hide did not hide"
+wait_until bash -c "! kill -0 $assistant_pid 2>/dev/null" || fail "qvctl's departure did not end the assistant"
+
+# The display goes away while a peer is connected: Qt ends the process, and it
+# ends as Quit(0) does, with status 0 and its socket file removed.
+"$assistant" 2>>"$work/assistant.err" &
+assistant_pid=$!
+pids+=($assistant_pid)
+timeout 10 xdotool search --sync --onlyvisible --name '^QVAssistant$' >/dev/null || fail "no third window"
+wait_until test -S "$channel" || fail "not listening a third time"
+python3 "$work/peer.py" "$channel" hold &
+pids+=($!)
+sleep 0.5  # the peer is connected and silent
+kill "${pids[0]}"
+for _ in $(seq 50); do kill -0 "$assistant_pid" 2>/dev/null || break; sleep 0.1; done
+kill -0 "$assistant_pid" 2>/dev/null && fail "the lost display left the assistant running"
+status=0
+wait "$assistant_pid" || status=$?
+[ "$status" = 0 ] || fail "exit status $status after the display was lost"
+[ ! -e "$channel" ] || fail "socket file left behind after the display was lost"
 echo "1 passed, 0 failed"

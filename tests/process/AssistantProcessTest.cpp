@@ -4,6 +4,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -69,6 +70,22 @@ TEST_F(AssistantProcessTest, APeerThatConnectsAndLeavesEndsItWithStatusZeroWithi
     close(peer);
     EXPECT_TRUE(test::ExitedWithZero(assistant.WaitForExit(1000)));
     EXPECT_FALSE(StatOf(kChannel));
+}
+
+TEST_F(AssistantProcessTest, ADisplayThatIsAnnouncedButUnreachableLeavesItHeadless) {
+    const char* before = std::getenv("DISPLAY");
+    const std::string saved = before ? before : "";
+    setenv("DISPLAY", ":87", 1);  // a display number where nothing answers
+    test::AssistantProcess assistant;
+    if (before) {
+        setenv("DISPLAY", saved.c_str(), 1);
+    } else {
+        unsetenv("DISPLAY");
+    }
+    WaitUntilListening(assistant);
+    const int peer = ConnectPeer(assistant);
+    close(peer);
+    EXPECT_TRUE(test::ExitedWithZero(assistant.WaitForExit(1000)));
 }
 
 TEST_F(AssistantProcessTest, AStaleSocketFileIsTakenOver) {

@@ -7,6 +7,9 @@
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QPlainTextEdit>
+#include <unistd.h>
+#include <xcb/xcb.h>
+
 #include <cstdlib>
 #include <string>
 
@@ -37,32 +40,59 @@ QKeySequence Shortcut(const String& text) {
     return QKeySequence(shortcut);
 }
 
-bool DisplayReachable() {
-    // The platform announces its display this way; nothing of ours is configured by it.
-    const char* x11 = std::getenv("DISPLAY");
-    const char* wayland = std::getenv("WAYLAND_DISPLAY");
-    return (x11 && *x11) || (wayland && *wayland);
+// Opens a connection to the X display and closes it again. Qt aborts the
+// process when it cannot open a display, so the window mode is decided here.
+bool XDisplayOpens() {
+    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+    const bool opened = xcb_connection_has_error(connection) == 0;
+    xcb_disconnect(connection);
+    return opened;
 }
+
+// The view that is on a screen now, if any.
+QtView* openView = nullptr;
 
 }  // namespace
 
-std::unique_ptr<QtView> QtView::TryOpen(RunLoop& loop) { return DisplayReachable() ? Open(loop) : nullptr; }
+std::unique_ptr<QtView> QtView::TryOpen(RunLoop& loop) {
+    if (!XDisplayOpens()) return nullptr;
+    static char name[] = "qvassistant";
+    static char option[] = "-platform";
+    static char platform[] = "xcb";  // the display just opened, whatever else is announced
+    static char* argv[] = {name, option, platform, nullptr};
+    static int argc = 3;
+    return OpenWith(loop, argc, argv);
+}
 
 std::unique_ptr<QtView> QtView::Open(RunLoop& loop) {
-    static int argc = 1;
     static char name[] = "qvassistant";
     static char* argv[] = {name, nullptr};
+    static int argc = 1;
+    return OpenWith(loop, argc, argv);
+}
+
+std::unique_ptr<QtView> QtView::OpenWith(RunLoop& loop, int& argc, char** argv) {
     auto application = QApplication::instance() ? nullptr : std::make_unique<QApplication>(argc, argv);
+    static const bool registered = std::atexit(EndAsQuitWould) == 0;
+    (void)registered;
     return std::unique_ptr<QtView>(new QtView(loop, std::move(application)));
+}
+
+void QtView::EndAsQuitWould() {
+    if (!openView) return;  // an ordinary end: the view has gone before
+    if (openView->onDisplayLost) openView->onDisplayLost();
+    _exit(0);
 }
 
 QtView::QtView(RunLoop& loop, std::unique_ptr<QApplication> application)
     : loop_(loop), application_(std::move(application)), window_(std::make_unique<AssistantWindow>()) {
     window_->setCentralWidget(new QWidget());
     loop_.SetWaitStep(std::make_unique<QtWaitStep>());
+    openView = this;
 }
 
 QtView::~QtView() {
+    openView = nullptr;
     window_.reset();
     application_.reset();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "foundation/RunLoop.h"
@@ -17,12 +18,20 @@ namespace qv {
 // assistant goes on serving Quorvane without it.
 class QtView final : public WindowView {
 public:
-    // Nil when no display can be reached; then the assistant runs headless.
+    // On the X display, once a connection to it has really been opened and
+    // closed again; nil when that fails (no display, or a stale DISPLAY left
+    // by a closed SSH forwarding), and then the assistant runs headless.
     static std::unique_ptr<QtView> TryOpen(RunLoop& loop);
     // On whatever platform Qt is given, using the application object if one
     // exists already.
     static std::unique_ptr<QtView> Open(RunLoop& loop);
     ~QtView() override;
+
+    // Qt ends the process with exit(1), from inside its dispatcher, when the
+    // connection to the display breaks, and offers no way to carry on without
+    // it. While a view is open, such an exit runs this first and then ends the
+    // process with status 0, as Quit(0) would have.
+    std::function<void()> onDisplayLost;
 
     void SetMenuBar(const MenuItem& menuBar) override;
     void ApplyValues(const WindowValues& values) override;
@@ -33,6 +42,8 @@ public:
 
 private:
     QtView(RunLoop& loop, std::unique_ptr<QApplication> application);
+    static std::unique_ptr<QtView> OpenWith(RunLoop& loop, int& argc, char** argv);
+    static void EndAsQuitWould();
     void AddMenu(const MenuItem& item, QMenu* into);
 
     RunLoop& loop_;
