@@ -13,7 +13,7 @@ packages=(
   nginx-light                        # the real web server of the process tests
   curl                               # the peer of the HTTP receive benchmark
   qt6-base-dev libxcb1-dev            # the window (without it the build is headless)
-  xvfb xdotool xclip imagemagick     # the window's tests on a virtual screen
+  xvfb                               # the window's process test on a virtual screen
   python3                            # the window test's peer, the bench reports
 )
 

@@ -1,21 +1,18 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include "foundation/Base64.h"
-#include "support/ChannelPeer.h"
-#include "support/LoopDriver.h"
-#include "support/TestPeers.h"
 #include "shell/HeadlessView.h"
 #include "shell/RSSDownloadWindow.h"
+#include "support/Support.h"
 
 namespace qv {
 namespace {
@@ -25,9 +22,7 @@ namespace fs = std::filesystem;
 
 std::string ReadFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
+    return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 void WriteFile(const std::string& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
@@ -38,7 +33,14 @@ std::string Bytes(std::size_t size) {
     return bytes;
 }
 
-std::string Locator(const std::string& path) { return std::string(Base64Encode(String(path)).Bytes()); }
+std::string End(const std::string& status, const std::string& tag = "tag-1") {
+    return "Response: CopyFile\r\nSrcFileInfoMD5: " + tag + "\r\nStatus: " + status + "\r\nHTTPError: \r\n";
+}
+
+std::string Progress(const std::string& barPos, const std::string& message) {
+    return "Response: CopyFile\r\nSrcFileInfoMD5: tag-1\r\nStatus: InProgress\r\nBarPos: " + barPos +
+           "\r\nMsgStr: " + message + "\r\nHTTPError: \r\n";
+}
 
 // The copy runs inside the dispatcher's action and waits on the clock in its
 // pause, so time here moves on at every reading of the clock.
@@ -48,40 +50,28 @@ protected:
         : clock(step, start) {
         fs::create_directory(source);
         fs::create_directory(target);
-        EXPECT_TRUE(test::RunUntil(loop, [&] { return window.ControlNamed<RSSDownloadWindow::QVIPCSocket>("QVIPCSocket").IsConnected(); }));
+        auto& channel = window.ControlNamed<RSSDownloadWindow::QVIPCSocket>("QVIPCSocket");
+        EXPECT_TRUE(test::RunUntil(loop, [&] { return channel.IsConnected(); }));
     }
 
     std::string CopyCommand(const std::string& from, const std::string& path, std::int64_t total,
                             const std::string& reset = "true", const std::string& tag = "tag-1") {
         return test::Command({{"Command", "CopyFile"},
-                              {"SrcFileInfo", Locator(from)},
+                              {"SrcFileInfo", std::string(Base64Encode(String(from)).Bytes())},
                               {"SrcFileInfoMD5", tag},
-                              {"DstFileInfo", Locator(target)},
+                              {"DstFileInfo", std::string(Base64Encode(String(target)).Bytes())},
                               {"DstFilePath", path},
                               {"StartTicks", std::to_string(Ticks(clock))},
                               {"TotalSize", std::to_string(total)},
                               {"isResetAmountTransferred", reset}});
     }
-    // What the peer sent is read and queued.
-    void Deliver() {
+    // The command is read and queued; one tick of the dispatcher runs it, a copy to its end.
+    Replies Run(const std::string& command, const std::string& during = "") {
+        peer.Send(command);
         for (int pass = 0; pass < 3; ++pass) loop.RunOnce(Duration::zero());
-    }
-    // One tick of the dispatcher: the head of the queue runs, a copy to its end.
-    Replies Tick() {
+        if (!during.empty()) peer.Send(during);  // read during the copy's first pause
         window.CommandDispatchTimer_Action();
         return peer.Replies();
-    }
-    Replies Run(const std::string& command) {
-        peer.Send(command);
-        Deliver();
-        return Tick();
-    }
-    static std::string End(const std::string& status, const std::string& tag = "tag-1") {
-        return "Response: CopyFile\r\nSrcFileInfoMD5: " + tag + "\r\nStatus: " + status + "\r\nHTTPError: \r\n";
-    }
-    static std::string Progress(const std::string& barPos, const std::string& message, const std::string& tag = "tag-1") {
-        return "Response: CopyFile\r\nSrcFileInfoMD5: " + tag + "\r\nStatus: InProgress\r\nBarPos: " + barPos +
-               "\r\nMsgStr: " + message + "\r\nHTTPError: \r\n";
     }
 
     test::SteppingClock clock;
@@ -94,124 +84,93 @@ protected:
     test::ChannelPeer peer{dir.File("qvipc")};
 };
 
-TEST_F(CopyScenarioTest, AnEmptyFileGivesNoProgressOnlyTheEnd) {
-    WriteFile(source + "/empty", "");
-    EXPECT_EQ(Run(CopyCommand(source + "/empty", "empty.copy", 0)), Replies{End("Complete")});
-    EXPECT_TRUE(fs::exists(target + "/empty.copy"));
-    EXPECT_EQ(fs::file_size(target + "/empty.copy"), 0u);
-    EXPECT_FALSE(window.isCommandInProgress);
-    EXPECT_FALSE(window.isFileCopyInProgress);
-}
-
-TEST_F(CopyScenarioTest, ChunksOfTwoMebibytesWithTheFirstAlwaysReported) {
-    struct Case {
+TEST_F(CopyScenarioTest, ChunksOfTwoMebibytesTheFirstAlwaysReportedAndTheExactReports) {
+    const struct {
         std::size_t size;
-        std::string progress;
+        std::int64_t total;
+        Replies replies;
+    } cases[] = {
+        {0, 0, {End("Complete")}},  // an empty file: no progress, only the end
+        {2097152, 2097152, {Progress("400", "2.0 MB of 2.0 MB, 00:00 elapsed"), End("Complete")}},
+        // The 1 byte left comes unreported.
+        {2097153, 2097153, {Progress("400", "2.0 MB of 2.0 MB, 00:00 elapsed"), End("Complete")}},
+        {1000, 1000, {Progress("500", "1000.0 bytes of 1000.0 bytes, 00:00 elapsed"), End("Complete")}},
+        // A total under 400 divides by 0: the largest 64-bit value, not 2^63.
+        {1000, 0, {Progress("9223372036854775807", "1000.0 bytes of 0.0 bytes, 00:00 elapsed"), End("Complete")}},
     };
-    const Case cases[] = {
-        {2097152, Progress("400", "2.0 MB of 2.0 MB, 00:00 elapsed")},
-        {2097153, Progress("400", "2.0 MB of 2.0 MB, 00:00 elapsed")},  // the 1 byte left comes unreported
-    };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         const std::string bytes = Bytes(c.size);
         WriteFile(source + "/f", bytes);
-        EXPECT_EQ(Run(CopyCommand(source + "/f", "f", static_cast<std::int64_t>(c.size))),
-                  (Replies{c.progress, End("Complete")}))
-            << c.size;
+        EXPECT_EQ(Run(CopyCommand(source + "/f", "f", c.total)), c.replies) << c.size;
         EXPECT_TRUE(ReadFile(target + "/f") == bytes) << c.size;
         EXPECT_EQ(window.AmountTransferred, static_cast<std::int64_t>(c.size));
+        EXPECT_FALSE(window.isCommandInProgress || window.isFileCopyInProgress);
     }
-}
-
-TEST_F(CopyScenarioTest, SmallOrMissingTotalsDoNotTrap) {
-    WriteFile(source + "/k", Bytes(1000));
-    EXPECT_EQ(Run(CopyCommand(source + "/k", "k", 1000)),
-              (Replies{Progress("500", "1000.0 bytes of 1000.0 bytes, 00:00 elapsed"), End("Complete")}));
-    // A total under 400 divides by 0: the largest 64-bit value, not 2^63.
-    EXPECT_EQ(Run(CopyCommand(source + "/k", "k", 0)),
-              (Replies{Progress("9223372036854775807", "1000.0 bytes of 0.0 bytes, 00:00 elapsed"), End("Complete")}));
-}
-
-TEST_F(CopyScenarioTest, TheRunningTotalCarriesAcrossCommandsUntilReset) {
-    WriteFile(source + "/a", Bytes(100));
+    // The running total carries across commands until one resets it.
     WriteFile(source + "/b", Bytes(50));
-    Run(CopyCommand(source + "/a", "a", 150, "true"));
-    const Replies second = Run(CopyCommand(source + "/b", "b", 150, "no"));
-    ASSERT_FALSE(second.empty());
-    EXPECT_NE(second[0].find("MsgStr: 150.0 bytes of 150.0 bytes"), std::string::npos) << second[0];
-    EXPECT_EQ(window.AmountTransferred, 150);
+    const Replies second = Run(CopyCommand(source + "/b", "b", 1100, "no"));
+    EXPECT_NE(second.at(0).find("MsgStr: 1.0 KB of 1.1 KB"), std::string::npos) << second[0];
+    EXPECT_EQ(window.AmountTransferred, 1050);
     Run(CopyCommand(source + "/b", "b", 150, "TRUE"));
     EXPECT_EQ(window.AmountTransferred, 50);
 }
 
-TEST_F(CopyScenarioTest, AnAbortDuringThePauseDeletesTheDestination) {
+TEST_F(CopyScenarioTest, AnAbortDuringThePauseDeletesTheDestinationButOneQueuedBehindComesAfter) {
     WriteFile(source + "/big", Bytes(3 * 2097152));
-    peer.Send(CopyCommand(source + "/big", "big", 3 * 2097152));
-    Deliver();
-    peer.Send(test::Command({{"Command", "CopyFileAbort"}}));  // read during the copy's first pause
-    const Replies replies = Tick();
+    const Replies replies = Run(CopyCommand(source + "/big", "big", 3 * 2097152),
+                                test::Command({{"Command", "CopyFileAbort"}}));
     ASSERT_EQ(replies.size(), 2u);
     EXPECT_NE(replies[0].find("Status: InProgress"), std::string::npos);
     EXPECT_EQ(replies[1], End("Abort"));
     EXPECT_FALSE(fs::exists(target + "/big"));
     EXPECT_TRUE(window.CommandQueueItemArray.empty()) << "the abort never enters the queue";
     EXPECT_EQ(fs::file_size(source + "/big"), 3u * 2097152);
-}
 
-TEST_F(CopyScenarioTest, AnAbortQueuedBehindACopyIsAnsweredAfterIt) {
     WriteFile(source + "/f", Bytes(10));
     peer.Send(CopyCommand(source + "/f", "f", 10, "true", "done-tag"));
-    peer.Send(test::Command({{"Command", "CopyFileAbort"}}));
-    Deliver();
-    EXPECT_EQ(Tick().back(), End("Complete", "done-tag"));
+    EXPECT_EQ(Run(test::Command({{"Command", "CopyFileAbort"}})).back(), End("Complete", "done-tag"));
     EXPECT_TRUE(fs::exists(target + "/f"));
-    EXPECT_EQ(Tick(), Replies{End("Abort", "done-tag")});
+    window.CommandDispatchTimer_Action();
+    EXPECT_EQ(peer.Replies(), Replies{End("Abort", "done-tag")});
 }
 
-TEST_F(CopyScenarioTest, WhatStandsAtTheDestinationIsReplacedUnlessItCannotGo) {
-    WriteFile(source + "/f", "new");
+TEST_F(CopyScenarioTest, TheDestinationIsReplacedFoldersAreMadeAndTheCompanionGoes) {
+    WriteFile(source + "/f", "precious");
     WriteFile(target + "/file", "old");
     fs::create_directory(target + "/empty");
-    fs::create_directory(target + "/full");
-    WriteFile(target + "/full/keep", "kept");
-    EXPECT_EQ(Run(CopyCommand(source + "/f", "file", 3)).back(), End("Complete"));
-    EXPECT_EQ(ReadFile(target + "/file"), "new");
-    EXPECT_EQ(Run(CopyCommand(source + "/f", "empty", 3)).back(), End("Complete"));
-    EXPECT_EQ(ReadFile(target + "/empty"), "new");
-    EXPECT_TRUE(Run(CopyCommand(source + "/f", "full", 3)).empty());
-    EXPECT_EQ(ReadFile(target + "/full/keep"), "kept");
-    EXPECT_FALSE(window.isCommandInProgress);
-}
-
-TEST_F(CopyScenarioTest, MissingFoldersAreMadeAlongThePath) {
-    WriteFile(source + "/f", "deep");
-    EXPECT_EQ(Run(CopyCommand(source + "/f", "a/b/c.txt", 4)).back(), End("Complete"));
-    EXPECT_EQ(ReadFile(target + "/a/b/c.txt"), "deep");
+    fs::create_symlink(source + "/f", target + "/link");
+    WriteFile(target + "/._file", "resource fork");
+    for (const char* path : {"file", "empty", "link", "a/b/c.txt"}) {
+        EXPECT_EQ(Run(CopyCommand(source + "/f", path, 8)).back(), End("Complete")) << path;
+        EXPECT_EQ(ReadFile(target + "/" + path), "precious") << path;
+    }
+    EXPECT_FALSE(fs::is_symlink(target + "/link")) << "a link to the source is replaced, not followed";
+    EXPECT_FALSE(fs::exists(target + "/._file"));
+    EXPECT_EQ(ReadFile(source + "/f"), "precious");
 }
 
 TEST_F(CopyScenarioTest, ImpossibleCopiesEndSilentlyAndNeverTouchTheSource) {
     WriteFile(source + "/f", "precious");
     fs::create_hard_link(source + "/f", target + "/hard");
+    fs::create_directory(target + "/full");
+    WriteFile(target + "/full/keep", "kept");
     ASSERT_EQ(mkfifo((source + "/fifo").c_str(), 0600), 0);
-    struct Case {
-        const char* what;
-        std::string command;
-    };
-    const Case cases[] = {
+    const std::pair<const char*, std::string> cases[] = {
         {"a folder as the source", CopyCommand(source, "x", 1)},
         {"a missing source", CopyCommand(source + "/missing", "x", 1)},
-        {"the source itself", CopyCommand(source + "/f", "../source/f", 8)},
-        {"the source through another spelling", CopyCommand(source + "/f", "../source/./f", 8)},
-        {"a hard link of the source", CopyCommand(source + "/f", "hard", 8)},
         {"a FIFO as the source, which must not block", CopyCommand(source + "/fifo", "x", 1)},
         {"a file name with a trailing slash", CopyCommand(source + "/f/", "x", 1)},
+        {"the source itself, however spelled", CopyCommand(source + "/f", "../source/./f", 8)},
+        {"a hard link of the source", CopyCommand(source + "/f", "hard", 8)},
         {"an empty destination path", CopyCommand(source + "/f", "", 8)},
+        {"a folder that cannot go", CopyCommand(source + "/f", "full", 8)},
     };
-    for (const Case& c : cases) {
-        EXPECT_TRUE(Run(c.command).empty()) << c.what;
-        EXPECT_FALSE(window.isCommandInProgress) << c.what;
-        EXPECT_EQ(ReadFile(source + "/f"), "precious") << c.what;
+    for (const auto& [what, command] : cases) {
+        EXPECT_TRUE(Run(command).empty()) << what;
+        EXPECT_FALSE(window.isCommandInProgress) << what;
+        EXPECT_EQ(ReadFile(source + "/f"), "precious") << what;
     }
+    EXPECT_EQ(ReadFile(target + "/full/keep"), "kept");
     // The failed request still left its tag for an abort to report.
     EXPECT_EQ(Run(test::Command({{"Command", "CopyFileAbort"}})), Replies{End("Abort")});
 }
@@ -246,8 +205,8 @@ constexpr auto kTickWrap = std::chrono::duration<std::int64_t, std::ratio<1, 60>
 class CopyAcrossTheTickWrapTest : public CopyScenarioTest {
 protected:
     CopyAcrossTheTickWrapTest()
-        : CopyScenarioTest(std::chrono::milliseconds(250), std::chrono::duration_cast<Duration>(kTickWrap) -
-                                                               std::chrono::seconds(1)) {}
+        : CopyScenarioTest(std::chrono::milliseconds(250),
+                           std::chrono::duration_cast<Duration>(kTickWrap) - std::chrono::seconds(1)) {}
 };
 
 TEST_F(CopyAcrossTheTickWrapTest, ReportsComeOnceASecondAcrossTheWrapAndAfterIt) {
@@ -264,22 +223,6 @@ TEST_F(CopyAcrossTheTickWrapTest, ReportsComeOnceASecondAcrossTheWrapAndAfterIt)
     const Replies after = Run(CopyCommand(source + "/small", "small", 14));
     ASSERT_EQ(after.size(), 2u) << "a non-empty file always reports";
     EXPECT_NE(after[0].find("Status: InProgress"), std::string::npos);
-}
-
-TEST_F(CopyScenarioTest, ALinkToTheSourceAtTheDestinationIsReplacedByACopy) {
-    WriteFile(source + "/f", "precious");
-    fs::create_symlink(source + "/f", target + "/link");
-    EXPECT_EQ(Run(CopyCommand(source + "/f", "link", 8)).back(), End("Complete"));
-    EXPECT_FALSE(fs::is_symlink(target + "/link"));
-    EXPECT_EQ(ReadFile(target + "/link"), "precious");
-    EXPECT_EQ(ReadFile(source + "/f"), "precious");
-}
-
-TEST_F(CopyScenarioTest, TheCompanionFileOfTheCopyIsRemoved) {
-    WriteFile(source + "/f", "data");
-    WriteFile(target + "/._f", "resource fork");
-    EXPECT_EQ(Run(CopyCommand(source + "/f", "f", 4)).back(), End("Complete"));
-    EXPECT_FALSE(fs::exists(target + "/._f"));
 }
 
 }  // namespace

@@ -4,10 +4,10 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <variant>
 #include <vector>
 
 #include "qvctl/Options.h"
-#include "qvctl/UsageErrors.h"
 
 namespace qv::ctl {
 namespace {
@@ -21,134 +21,73 @@ Options ParseOk(const Args& args) {
     return std::holds_alternative<Options>(parsed) ? std::get<Options>(parsed) : Options{};
 }
 
-TEST(QvctlOptionsTest, EachCommandWordSelectsItsActionWithTheDefaults) {
-    const std::pair<std::string_view, Action> cases[] = {
-        {"status", Action::Status}, {"show", Action::Show}, {"hide", Action::Hide}, {"abort", Action::Abort}};
-    for (const auto& [word, action] : cases) {
-        SCOPED_TRACE(word);
-        const Options options = ParseOk({word});
-        EXPECT_EQ(options.action, action);
-        EXPECT_EQ(options.socketPath, "/tmp/qvipc");
-        EXPECT_FALSE(options.wait);
-        EXPECT_EQ(options.output, OutputMode::Text);
+// What a parse gave, as one line: action, url, fields, date, goi, output,
+// wait, mode, socket, and the copy's operands and options.
+std::string Describe(const Options& o) {
+    std::string text = std::to_string(static_cast<int>(o.action)) + " " + o.url;
+    for (const Field& f : o.fields) text += " [" + f.name + "=" + f.value + "]";
+    text += " date:" + o.date.value_or("-") + " goi:" + o.goi.value_or("-") + " out:" + o.outputPath.value_or("-");
+    text += " wait:" + (o.wait ? std::to_string(std::chrono::duration_cast<milliseconds>(*o.wait).count()) : "-");
+    text += " mode:" + std::to_string(static_cast<int>(o.output)) + " " + o.socketPath;
+    if (o.action == Action::Copy) {
+        text += " copy:" + o.copy.source + "," + o.copy.destinationFolder + "," + o.copy.destinationPath +
+                " total:" + (o.copy.total ? std::to_string(*o.copy.total) : "-") + " tag:" + o.copy.tag.value_or("-") +
+                (o.copy.resetAmount ? " reset" : " keep");
     }
+    return text;
 }
 
-TEST(QvctlOptionsTest, SendKeepsItsPairsInOrderCutAtTheFirstEquals) {
-    const Options options =
-        ParseOk({"send", "Command=GetPageURL", "GetPageURL=http://x/?a=b", "--", "--odd="});
-    EXPECT_EQ(options.action, Action::Send);
-    ASSERT_EQ(options.fields.size(), 3u);
-    EXPECT_EQ(options.fields[0].name, "Command");
-    EXPECT_EQ(options.fields[0].value, "GetPageURL");
-    EXPECT_EQ(options.fields[1].name, "GetPageURL");
-    EXPECT_EQ(options.fields[1].value, "http://x/?a=b");
-    EXPECT_EQ(options.fields[2].name, "--odd");
-    EXPECT_EQ(options.fields[2].value, "");
-}
-
-TEST(QvctlOptionsTest, FetchCommandsTakeOneUrlAndTheirOwnOptions) {
-    struct Case {
-        Args args;
-        Action action;
-        std::string url;
-        std::optional<std::string> date;
-        std::optional<std::string> goi;
-        std::optional<std::string> outputPath;
-    };
-    const Case cases[] = {
-        {{"get", "http://127.0.0.1:8080/a?b=c"}, Action::Get, "http://127.0.0.1:8080/a?b=c", {}, {}, {}},
-        {{"--output", "page.html", "get", "http://h/"}, Action::Get, "http://h/", {}, {}, "page.html"},
-        {{"headers", "http://h/", "--output=h.txt"}, Action::Headers, "http://h/", {}, {}, "h.txt"},
-        {{"news", "http://h/news?x=1"}, Action::News, "http://h/news?x=1", {}, {}, {}},
+TEST(QvctlOptionsTest, CommandsTakeTheirOperandsAndOptionsStandAnywhereInEitherForm) {
+    const std::pair<Args, std::string> cases[] = {
+        {{"status"}, "0  date:- goi:- out:- wait:- mode:0 /tmp/qvipc"},
+        {{"abort", "--socket", "/tmp/x", "--wait", "1.5", "--raw"}, "3  date:- goi:- out:- wait:1500 mode:1 /tmp/x"},
+        {{"--socket=/tmp/x", "--json", "--wait=0", "hide"}, "2  date:- goi:- out:- wait:0 mode:2 /tmp/x"},
+        {{"show", "--wait", "86400"}, "1  date:- goi:- out:- wait:86400000 mode:0 /tmp/qvipc"},
+        {{"send", "Command=GetPageURL", "GetPageURL=http://x/?a=b", "--", "--odd="},
+         "4  [Command=GetPageURL] [GetPageURL=http://x/?a=b] [--odd=] date:- goi:- out:- wait:- mode:0 /tmp/qvipc"},
+        {{"--output", "page.html", "get", "http://h:8080/a?b=c"},
+         "5 http://h:8080/a?b=c date:- goi:- out:page.html wait:- mode:0 /tmp/qvipc"},
+        {{"headers", "http://h/", "--output=h.txt"}, "6 http://h/ date:- goi:- out:h.txt wait:- mode:0 /tmp/qvipc"},
         {{"news", "--date", "2026-11-22 10:00", "http://h/", "--goi=a=b&c"},
-         Action::News,
-         "http://h/",
-         "2026-11-22 10:00",
-         "a=b&c",
-         {}},
-        {{"news", "http://h/", "--date=", "--goi", "-x"}, Action::News, "http://h/", "", "-x", {}},
-        {{"get", "--", "-odd"}, Action::Get, "-odd", {}, {}, {}},
+         "7 http://h/ date:2026-11-22 10:00 goi:a=b&c out:- wait:- mode:0 /tmp/qvipc"},
+        {{"news", "http://h/", "--date=", "--goi", "-x"}, "7 http://h/ date: goi:-x out:- wait:- mode:0 /tmp/qvipc"},
+        {{"get", "--", "-odd"}, "5 -odd date:- goi:- out:- wait:- mode:0 /tmp/qvipc"},
+        {{"copy", "in.bin", "/backup", "a/b/c.txt"},
+         "8  date:- goi:- out:- wait:- mode:0 /tmp/qvipc copy:in.bin,/backup,a/b/c.txt total:- tag:- reset"},
+        {{"--total", "3758096384", "copy", "in.bin", "/b", "c", "--md5=job 7", "--no-reset"},
+         "8  date:- goi:- out:- wait:- mode:0 /tmp/qvipc copy:in.bin,/b,c total:3758096384 tag:job 7 keep"},
+        {{"copy", "--total=0", "in", "--md5", "", "/b", "c", "--total", "9223372036854775807"},
+         "8  date:- goi:- out:- wait:- mode:0 /tmp/qvipc copy:in,/b,c total:9223372036854775807 tag: reset"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::PrintToString(c.args));
-        const Options options = ParseOk(c.args);
-        EXPECT_EQ(options.action, c.action);
-        EXPECT_EQ(options.url, c.url);
-        EXPECT_EQ(options.date, c.date);
-        EXPECT_EQ(options.goi, c.goi);
-        EXPECT_EQ(options.outputPath, c.outputPath);
-        EXPECT_TRUE(options.fields.empty());
-    }
-}
-
-TEST(QvctlOptionsTest, OnlyFetchCommandsAreFetches) {
+    for (const auto& [args, expected] : cases) EXPECT_EQ(Describe(ParseOk(args)), expected);
+    EXPECT_TRUE(ParseOk({"bogus", "-h", "--raw", "--json"}).help) << "help wins over everything else";
     for (const Action action : {Action::Get, Action::Headers, Action::News}) EXPECT_TRUE(IsFetch(action));
-    for (const Action action : {Action::Status, Action::Show, Action::Hide, Action::Abort, Action::Send}) {
-        EXPECT_FALSE(IsFetch(action));
-    }
+    for (const Action action : {Action::Status, Action::Abort, Action::Send, Action::Copy}) EXPECT_FALSE(IsFetch(action));
 }
 
-TEST(QvctlOptionsTest, OptionsStandBeforeOrAfterTheCommandInEitherForm) {
-    struct Case {
-        Args args;
-        Duration wait;
-        OutputMode output;
-    };
-    const Case cases[] = {
-        {{"--socket", "/tmp/x", "--wait", "1.5", "--raw", "status"}, milliseconds(1500), OutputMode::Raw},
-        {{"status", "--socket=/tmp/x", "--json", "--wait=0"}, Duration::zero(), OutputMode::Json},
-        {{"status", "--socket=/tmp/x", "--wait", "86400"}, std::chrono::hours(24), OutputMode::Text},
-    };
-    for (const Case& c : cases) {
-        const Options options = ParseOk(c.args);
-        EXPECT_EQ(options.action, Action::Status);
-        EXPECT_EQ(options.socketPath, "/tmp/x");
-        EXPECT_EQ(options.wait, c.wait);
-        EXPECT_EQ(options.output, c.output);
-    }
-}
-
-TEST(QvctlOptionsTest, HelpWinsOverEverythingElse) {
-    EXPECT_TRUE(ParseOk({"--help"}).help);
-    EXPECT_TRUE(ParseOk({"bogus", "-h", "--raw", "--json"}).help);
-}
-
-TEST(QvctlOptionsTest, BadInputIsAUsageError) {
+TEST(QvctlOptionsTest, BadArgumentsAreUsageErrors) {
     const Args cases[] = {
-        {},
-        {"reboot"},
-        {"Status"},
-        {"status", "extra"},
-        {"send"},
-        {"send", "Command"},
-        {"send", "=Status"},
-        {"--verbose", "status"},
-        {"status", "--socket"},
-        {"status", "--socket="},
-        {"status", "--wait", "-1"},
-        {"status", "--wait", "2s"},
-        {"status", "--wait", ""},
-        {"status", "--wait", "nan"},
-        {"status", "--wait", "86401"},
-        {"status", "--raw", "--json"},
-        {"get"},
-        {"get", ""},
-        {"get", "http://a/", "http://b/"},
-        {"headers"},
-        {"news"},
-        {"news", "--date"},
-        {"get", "http://a/\rCommand:Status"},
+        {}, {"reboot"}, {"Status"}, {"status", "extra"}, {"send"}, {"send", "Command"}, {"send", "=Status"},
+        {"--verbose", "status"}, {"status", "--socket"}, {"status", "--socket="}, {"status", "--wait", "-1"},
+        {"status", "--wait", "2s"}, {"status", "--wait", ""}, {"status", "--wait", "nan"}, {"status", "--wait", "86401"},
+        {"status", "--raw", "--json"}, {"get"}, {"get", ""}, {"get", "http://a/", "http://b/"}, {"news", "--date"},
+        {"get", "http://a/\rCommand:Status"}, {"news", "http://a/", "--goi=\r"}, {"get", "http://a/", "--date", "x"},
+        {"headers", "http://a/", "--goi", "x"}, {"status", "--output", "f"}, {"get", "http://a/", "--output", ""},
+        {"get", "http://a/", "--output", "f", "--json"}, {"copy", "in.bin", "/backup"},
+        {"copy", "in.bin", "/backup", "a", "b"},
+        {"copy", "in.bin", "/backup", ""},  // the base folder itself would be the destination
+        {"copy", "", "/backup", "a"}, {"copy", "in.bin", "/backup", "a\rCommand:Status"},
+        {"copy", "in.bin", "/backup", "a", "--md5", "t\rx"}, {"copy", "in", "/b", "a", "--total", "-1"},
+        {"copy", "in", "/b", "a", "--total", "1e9"}, {"copy", "in", "/b", "a", "--total", "9223372036854775808"},
+        {"status", "--md5", "t"}, {"abort", "--no-reset"}, {"send", "--output", "f", "Command=x"},
+        {"copy", "in.bin", "", "a"}, {"copy", "in", "/b", "a", "--total"}, {"status", "--total", "5"},
         {"news", "http://a/", "--date", "a\rb"},
-        {"news", "http://a/", "--goi=\r"},
-        {"get", "http://a/", "--date", "x"},
-        {"headers", "http://a/", "--goi", "x"},
-        {"status", "--output", "f"},
-        {"send", "--output", "f", "Command=GetPageURL"},
-        {"get", "http://a/", "--output", ""},
-        {"get", "http://a/", "--output", "f", "--json"},
     };
-    test::ExpectUsageErrors(cases);
+    for (const auto& args : cases) {
+        const auto parsed = ParseOptions(args);
+        ASSERT_TRUE(std::holds_alternative<UsageError>(parsed)) << testing::PrintToString(args);
+        EXPECT_FALSE(std::get<UsageError>(parsed).message.empty());
+    }
 }
 
 }  // namespace

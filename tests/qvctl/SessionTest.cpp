@@ -7,9 +7,9 @@
 
 #include "channel/Frame.h"
 #include "foundation/IPCSocket.h"
+#include "qvctl/CopyRun.h"
 #include "qvctl/Session.h"
-#include "support/LoopDriver.h"
-#include "support/TestPeers.h"
+#include "support/Support.h"
 
 namespace qv::ctl {
 namespace {
@@ -17,37 +17,57 @@ namespace {
 using namespace std::string_literals;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
+using Texts = std::vector<std::string>;
 
 const std::string kStatusReport = "Response: Status\r\nStatus: Ready\r\nHTTPError: \r\n";
+const std::string kProgress =
+    "Response: CopyFile\r\nSrcFileInfoMD5: qvctl\r\nStatus: InProgress\r\nBarPos: 4\r\nMsgStr: m\r\nHTTPError: \r\n";
 
-std::string FrameOf(const std::string& text) {
-    return std::string(MakeFrame(String(text)).Bytes());
+std::string End(const std::string& status) {
+    return "Response: CopyFile\r\nSrcFileInfoMD5: qvctl\r\nStatus: " + status + "\r\nHTTPError: \r\n";
 }
 
-// qvctl's side against a stand-in for the assistant: a listener on a
-// temporary path, on the same loop, with a manual clock for the waits.
-class QvctlSessionTest : public ::testing::Test {
-protected:
-    QvctlSessionTest() {
+// qvctl's side against a stand-in for the assistant on the same loop, with a
+// manual clock for the waits. The stand-in takes one peer, as the assistant
+// does (so each run needs a rig of its own), and decodes what it receives into
+// message texts.
+struct Rig {
+    Rig() {
         assistant.SetPath(String(path));
-        assistant.onDataAvailable = [this] { received += assistant.ReadAll().Bytes(); };
+        assistant.onDataAvailable = [this] {
+            frames.Append(assistant.ReadAll().Bytes());
+            while (const auto payload = frames.TakeFrame()) received.emplace_back(DecodePayload(payload->Bytes()).Bytes());
+        };
         assistant.onError = [this] { assistantLost = true; };
         assistant.Listen();
     }
-
     void Start(WaitFor waitFor, Duration wait = seconds(5), const std::string& text = "Command:Status\r") {
         session = std::make_unique<Session>(loop, SessionPlan{path, MakeFrame(String(text)), waitFor, wait});
         session->onReply = [this](const String& reply) { replies.emplace_back(reply.Bytes()); };
         session->Start();
+        ASSERT_TRUE(test::RunUntil(loop, [&] { return !received.empty(); }));
+        EXPECT_EQ(received, Texts{text});
     }
-
-    // Until the assistant holds the whole command frame.
-    void WaitForCommand() {
-        ASSERT_TRUE(test::RunUntil(loop, [&] { return received.ends_with("_End"); })) << received;
+    void StartCopy(std::optional<Duration> wait = std::nullopt) {
+        copy = std::make_unique<CopyRun>(loop, path, std::vector<Field>{{"Command", "CopyFile"}}, wait);
+        copy->onReply = [this](const String& reply) { replies.emplace_back(reply.Bytes()); };
+        copy->Start();
+        ASSERT_TRUE(test::RunUntil(loop, [&] { return !received.empty(); }));
     }
-
-    bool Ended() {
-        return test::RunUntil(loop, [&] { return session->Result().has_value(); });
+    void Reply(const std::string& text) {
+        const std::size_t before = replies.size();
+        assistant.Write(MakeFrame(String(text)));
+        EXPECT_TRUE(test::RunUntil(loop, [&] { return replies.size() > before; })) << text;
+    }
+    // Passes enough for a frame that qvctl wrote to reach the stand-in.
+    void Settle() {
+        for (int pass = 0; pass < 5; ++pass) loop.RunOnce(milliseconds(5));
+    }
+    std::optional<Outcome> EndsAfter(Duration wait) {
+        test::AdvanceBy(loop, clock, wait - milliseconds(1));
+        if (session->Result()) return session->Result();
+        test::AdvanceBy(loop, clock, milliseconds(1));
+        return session->Result();
     }
 
     ManualClock clock;
@@ -55,110 +75,122 @@ protected:
     test::TempDir dir;
     std::string path = dir.File("qvipc");
     IPCSocket assistant{loop};
-    std::string received;
+    FrameBuffer frames;
+    Texts received;
     bool assistantLost = false;
     std::unique_ptr<Session> session;
-    std::vector<std::string> replies;
+    std::unique_ptr<CopyRun> copy;
+    Texts replies;
 };
 
-TEST_F(QvctlSessionTest, SendsOneFrameOfItsCommandAndEndsAtTheFirstReply) {
-    Start(WaitFor::FirstReply, seconds(5), "Command:Status\rGetPageURL:http://x/\r");
-    WaitForCommand();
-    ASSERT_TRUE(received.starts_with("Start_"));
-    const std::string payload = received.substr(6, received.size() - 10);
-    EXPECT_EQ(DecodePayload(payload).Bytes(), "Command:Status\rGetPageURL:http://x/\r");
-    EXPECT_EQ(received, FrameOf("Command:Status\rGetPageURL:http://x/\r"));
-
-    assistant.Write(String(FrameOf(kStatusReport)));
-    ASSERT_TRUE(Ended());
-    EXPECT_EQ(session->Result(), Outcome::Done);
-    EXPECT_EQ(replies, std::vector<std::string>{kStatusReport});
-    EXPECT_TRUE(test::RunUntil(loop, [&] { return assistantLost; })) << "qvctl leaves once it has its reply";
+TEST(QvctlSessionTest, AFirstReplyEndsTheSessionAndQvctlLeaves) {
+    Rig rig;
+    rig.Start(WaitFor::FirstReply, seconds(5), "Command:Status\rGetPageURL:http://x/\r");
+    rig.Reply(kStatusReport);
+    EXPECT_EQ(rig.session->Result(), Outcome::Done);
+    EXPECT_EQ(rig.replies, Texts{kStatusReport});
+    EXPECT_TRUE(test::RunUntil(rig.loop, [&] { return rig.assistantLost; })) << "qvctl leaves once it has its reply";
 }
 
-TEST_F(QvctlSessionTest, EveryReplyWithinTheWaitIsTakenWhateverTheCutOfTheStream) {
-    Start(WaitFor::EveryReply, seconds(5));
-    WaitForCommand();
-    const std::string first = FrameOf("HTTPError: 503\r\n");
-    const std::string second = FrameOf("Response: GetPageURL\r\n\r\nbody\0\r\n"s);
-    const std::string stream = "noise" + first + second;
+TEST(QvctlSessionTest, EveryReplyWithinTheWaitIsTakenWhateverTheCutOfTheStream) {
+    Rig rig;
+    rig.Start(WaitFor::EveryReply);
+    const std::string first(MakeFrame("HTTPError: 503\r\n").Bytes());
+    const std::string stream = "noise" + first + std::string(MakeFrame(String("Response: X\r\n\r\nbody\0\r\n"s)).Bytes());
     const std::size_t cut = 5 + first.size() + 3;  // inside the second frame's payload
-    assistant.Write(String(stream.substr(0, cut)));
-    ASSERT_TRUE(test::RunUntil(loop, [&] { return replies.size() == 1; }));
-    assistant.Write(String(stream.substr(cut)));
-    ASSERT_TRUE(test::RunUntil(loop, [&] { return replies.size() == 2; }));
-
-    test::AdvanceBy(loop, clock, seconds(5) - milliseconds(1));
-    EXPECT_FALSE(session->Result()) << "an open-ended wait lasts its whole length";
-    test::AdvanceBy(loop, clock, milliseconds(1));
-    EXPECT_EQ(session->Result(), Outcome::Done);
-    EXPECT_EQ(replies,
-              (std::vector<std::string>{"HTTPError: 503\r\n", "Response: GetPageURL\r\n\r\nbody\0\r\n"s}));
+    rig.assistant.Write(String(stream.substr(0, cut)));
+    ASSERT_TRUE(test::RunUntil(rig.loop, [&] { return rig.replies.size() == 1; }));
+    rig.assistant.Write(String(stream.substr(cut)));
+    ASSERT_TRUE(test::RunUntil(rig.loop, [&] { return rig.replies.size() == 2; }));
+    EXPECT_EQ(rig.EndsAfter(seconds(5)), Outcome::Done) << "an open-ended wait lasts its whole length";
+    EXPECT_EQ(rig.replies, (Texts{"HTTPError: 503\r\n", "Response: X\r\n\r\nbody\0\r\n"s}));
 }
 
-TEST_F(QvctlSessionTest, WithoutAnExpectedReplyItStaysConnectedForTheWholeWait) {
-    Start(WaitFor::NoReply, seconds(3), "Command:Show\r");
-    WaitForCommand();
-    test::AdvanceBy(loop, clock, seconds(3) - milliseconds(1));
-    EXPECT_FALSE(session->Result());
-    EXPECT_FALSE(assistantLost);
-    test::AdvanceBy(loop, clock, milliseconds(1));
-    EXPECT_EQ(session->Result(), Outcome::Done);
-    EXPECT_TRUE(test::RunUntil(loop, [&] { return assistantLost; }));
-    EXPECT_TRUE(replies.empty());
+TEST(QvctlSessionTest, WithoutAnExpectedReplyItStaysConnectedForTheWholeWait) {
+    Rig rig;
+    rig.Start(WaitFor::NoReply, seconds(3), "Command:Show\r");
+    test::AdvanceBy(rig.loop, rig.clock, seconds(3) - milliseconds(1));
+    EXPECT_FALSE(rig.session->Result());
+    EXPECT_FALSE(rig.assistantLost);
+    test::AdvanceBy(rig.loop, rig.clock, milliseconds(1));
+    EXPECT_EQ(rig.session->Result(), Outcome::Done);
+    EXPECT_TRUE(test::RunUntil(rig.loop, [&] { return rig.assistantLost; }));
 }
 
-// Each case needs a fresh stand-in: it takes one peer only.
-class QvctlSessionSilenceTest : public QvctlSessionTest, public ::testing::WithParamInterface<WaitFor> {};
-
-TEST_P(QvctlSessionSilenceTest, SilenceUntilTheWaitEndsIsNoReply) {
-    Start(GetParam(), seconds(5));
-    WaitForCommand();
-    test::AdvanceBy(loop, clock, seconds(5) - milliseconds(1));
-    EXPECT_FALSE(session->Result());
-    test::AdvanceBy(loop, clock, milliseconds(1));
-    EXPECT_EQ(session->Result(), Outcome::NoReply);
-    EXPECT_TRUE(replies.empty());
-}
-
-INSTANTIATE_TEST_SUITE_P(RepliesExpected, QvctlSessionSilenceTest,
-                         ::testing::Values(WaitFor::FirstReply, WaitFor::EveryReply));
-
-struct LeaveCase {
-    WaitFor waitFor;
-    bool replyFirst;
-    Outcome outcome;
-};
-
-class QvctlSessionLeaveTest : public QvctlSessionTest, public ::testing::WithParamInterface<LeaveCase> {};
-
-TEST_P(QvctlSessionLeaveTest, AnAssistantThatLeavesEarlyIsUnreachableUnlessSendHadAReply) {
-    Start(GetParam().waitFor);
-    WaitForCommand();
-    if (GetParam().replyFirst) assistant.Write(String(FrameOf("HTTPError: 503\r\n")));
-    assistant.Close();
-    ASSERT_TRUE(Ended());
-    EXPECT_EQ(session->Result(), GetParam().outcome);
-    EXPECT_EQ(replies.size(), GetParam().replyFirst ? 1u : 0u);
-}
-
-INSTANTIATE_TEST_SUITE_P(Cases, QvctlSessionLeaveTest,
-                         ::testing::Values(LeaveCase{WaitFor::FirstReply, false, Outcome::Unreachable},
-                                           LeaveCase{WaitFor::NoReply, false, Outcome::Unreachable},
-                                           LeaveCase{WaitFor::NoReply, true, Outcome::Unreachable},
-                                           LeaveCase{WaitFor::EveryReply, false, Outcome::Unreachable},
-                                           LeaveCase{WaitFor::EveryReply, true, Outcome::Done}));
-
-TEST(QvctlSessionUnreachableTest, NothingListeningIsUnreachableForEveryKindOfWait) {
-    ManualClock clock;
-    RunLoop loop{clock};
-    test::TempDir dir;
-    for (const WaitFor waitFor : {WaitFor::FirstReply, WaitFor::NoReply, WaitFor::EveryReply}) {
-        SCOPED_TRACE(static_cast<int>(waitFor));
-        Session session(loop,
-                        SessionPlan{dir.File("qvipc"), MakeFrame("Command:Status\r"), waitFor, seconds(5)});
-        EXPECT_EQ(RunSession(loop, session), Outcome::Unreachable);
+TEST(QvctlSessionTest, SilenceOrAnAssistantThatLeavesEndsTheSessionByItsKind) {
+    struct Case {
+        WaitFor waitFor;
+        bool leaves, replyFirst;
+        Outcome outcome;
+    };
+    for (const Case& c : {Case{WaitFor::FirstReply, false, false, Outcome::NoReply},
+                          Case{WaitFor::EveryReply, false, false, Outcome::NoReply},
+                          Case{WaitFor::FirstReply, true, false, Outcome::Unreachable},
+                          Case{WaitFor::NoReply, true, true, Outcome::Unreachable},
+                          Case{WaitFor::EveryReply, true, false, Outcome::Unreachable},
+                          Case{WaitFor::EveryReply, true, true, Outcome::Done}}) {
+        SCOPED_TRACE(testing::Message() << static_cast<int>(c.waitFor) << c.leaves << c.replyFirst);
+        Rig rig;
+        rig.Start(c.waitFor);
+        if (c.replyFirst) rig.Reply("HTTPError: 503\r\n");
+        if (c.leaves) {
+            rig.assistant.Close();
+            ASSERT_TRUE(test::RunUntil(rig.loop, [&] { return rig.session->Result().has_value(); }));
+            EXPECT_EQ(rig.session->Result(), c.outcome);
+        } else {
+            EXPECT_EQ(rig.EndsAfter(seconds(5)), c.outcome);
+        }
     }
+    Rig rig;
+    Session nobody(rig.loop, SessionPlan{rig.dir.File("nothing"), MakeFrame("Command:Status\r"), WaitFor::NoReply, seconds(5)});
+    EXPECT_EQ(RunSession(rig.loop, nobody), Outcome::Unreachable);
+}
+
+TEST(QvctlSessionTest, ACopyRunTakesItsReportsUntilTheEndReport) {
+    Rig rig;
+    rig.StartCopy();
+    rig.Reply(kProgress);
+    test::AdvanceBy(rig.loop, rig.clock, std::chrono::hours(48));
+    EXPECT_FALSE(rig.copy->Result()) << "without --wait a copy waits for ever";
+    rig.Reply(End("Abort"));
+    EXPECT_EQ(rig.copy->Result(), Outcome::Done);
+    EXPECT_EQ(rig.copy->End(), CopyEnd::Abort);
+    EXPECT_EQ(rig.replies, (Texts{kProgress, End("Abort")}));
+    EXPECT_TRUE(test::RunUntil(rig.loop, [&] { return rig.assistantLost; })) << "qvctl leaves at the end";
+}
+
+TEST(QvctlSessionTest, AnAbortWaitsForTheFirstProgressReportAndGoesOnce) {
+    Rig rig;
+    rig.StartCopy();
+    EXPECT_FALSE(rig.copy->RequestAbort());
+    rig.Settle();
+    EXPECT_EQ(rig.received.size(), 1u) << "an early abort would wait behind the copy in the assistant's queue";
+    rig.Reply(kProgress);
+    ASSERT_TRUE(test::RunUntil(rig.loop, [&] { return rig.received.size() == 2; }));
+    EXPECT_EQ(rig.received.back(), "Command:CopyFileAbort\r");
+    EXPECT_TRUE(rig.copy->RequestAbort());
+    rig.Reply(kProgress);
+    rig.Settle();
+    EXPECT_EQ(rig.received.size(), 2u) << "only once";
+    EXPECT_FALSE(rig.copy->Result());
+    rig.Reply(End("Complete"));  // the abort came too late for this copy
+    EXPECT_EQ(rig.copy->End(), CopyEnd::Complete);
+}
+
+TEST(QvctlSessionTest, ACopyRunWithAWaitOrALostAssistantEndsWithoutAnEnd) {
+    Rig rig;
+    rig.StartCopy(seconds(5));
+    rig.Reply(kProgress);
+    test::AdvanceBy(rig.loop, rig.clock, seconds(5));
+    EXPECT_EQ(rig.copy->Result(), Outcome::NoReply) << "progress does not count";
+    EXPECT_FALSE(rig.copy->End());
+
+    Rig lost;
+    lost.StartCopy();
+    lost.Reply(kProgress);
+    lost.assistant.Close();
+    ASSERT_TRUE(test::RunUntil(lost.loop, [&] { return lost.copy->Result().has_value(); }));
+    EXPECT_EQ(lost.copy->Result(), Outcome::Unreachable);
 }
 
 }  // namespace

@@ -1,15 +1,20 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
+#include <filesystem>
 #include <fstream>
+#include <string>
 #include <vector>
 
 #include "foundation/DebugLog.h"
 #include "foundation/Exceptions.h"
+#include "foundation/TextFunctions.h"
 #include "shell/CatchAll.h"
+#include "shell/LogEcho.h"
 #include "shell/RSSFeedModule.h"
-#include "support/LoopDriver.h"
+#include "support/Support.h"
 #include "support/WindowFixture.h"
 
 namespace qv {
@@ -18,65 +23,58 @@ namespace {
 using std::chrono::milliseconds;
 using Window = RSSDownloadWindow;
 
-bool PathExists(const std::string& path) {
-    struct stat info {};
-    return lstat(path.c_str(), &info) == 0;
-}
-
 class WindowTest : public test::WindowFixture {
 protected:
     int ConnectPeer() {
         const int peer = test::ConnectLocal(channelPath);
-        EXPECT_GE(peer, 0);
         EXPECT_TRUE(test::RunUntil(loop, [&] { return window->ControlNamed<Window::QVIPCSocket>("QVIPCSocket").IsConnected(); }));
         return peer;
     }
+    void Write(const std::string& entry) { window->writeInputField(String(entry)); }
 };
 
-TEST_F(WindowTest, OpensVisibleListeningWithItsSixControlsAndTheirValues) {
+TEST_F(WindowTest, OpensVisibleAndListeningWithItsControlsTimersAndMenus) {
     EXPECT_TRUE(window->Visible());
-    EXPECT_EQ(LogText(), "\rConnecting to Quorvane...");
-    EXPECT_EQ(window->CR.Bytes(), "\r");
-    EXPECT_EQ(window->LF.Bytes(), "\n");
     EXPECT_EQ(window->CRLF.Bytes(), "\r\n");
     EXPECT_EQ(RSSFeedModule::NewLine.Bytes(), "\r");
-
-    EXPECT_EQ(window->ControlNamed<Window::QVIPCSocket>("QVIPCSocket").Path().Bytes(), channelPath);
-    EXPECT_TRUE(PathExists(channelPath)) << "listening from the start";
+    EXPECT_TRUE(std::filesystem::exists(channelPath)) << "listening from the start";
     const auto& tcp = window->ControlNamed<Window::RSSTCPSocket>("RSSTCPSocket");
     EXPECT_TRUE(tcp.Address().IsEmpty());
     EXPECT_EQ(tcp.Port(), 0);
-
-    struct TimerValues {
-        std::int32_t mode;
-        std::int32_t period;
+    const auto valuesOf = [&](const char* name) {
+        const auto& timer = window->ControlNamed<Timer>(name);
+        return std::pair(timer.Mode(), timer.Period());
     };
-    const auto valuesOf = [](const Timer& t) { return std::pair(t.Mode(), t.Period()); };
-    EXPECT_EQ(valuesOf(window->ControlNamed<Window::MinimizeTimer>("MinimizeTimer")), std::pair(1, 500));
-    EXPECT_EQ(valuesOf(window->ControlNamed<Window::SocketTimeoutTimer>("SocketTimeoutTimer")), std::pair(0, 60000));
-    EXPECT_EQ(valuesOf(window->ControlNamed<Window::CommandDispatchTimer>("CommandDispatchTimer")), std::pair(2, 2000));
-
-    EXPECT_FALSE(window->isCommandInProgress);
-    EXPECT_TRUE(window->CommandQueueItemArray.empty());
-}
-
-TEST_F(WindowTest, ControlLookupRaisesNilObjectForAWrongNameOrClass) {
+    EXPECT_EQ(valuesOf("MinimizeTimer"), std::pair(1, 500));
+    EXPECT_EQ(valuesOf("SocketTimeoutTimer"), std::pair(0, 60000));
+    EXPECT_EQ(valuesOf("CommandDispatchTimer"), std::pair(2, 2000));
     EXPECT_THROW(window->ControlNamed<Timer>("NoSuchControl"), NilObjectException);
-    EXPECT_THROW(window->ControlNamed<Timer>("QVIPCSocket"), NilObjectException);
-    EXPECT_NO_THROW(window->ControlNamed<Timer>("SocketTimeoutTimer"));
-}
+    EXPECT_THROW(window->ControlNamed<Timer>("QVIPCSocket"), NilObjectException) << "a checked cast";
 
-TEST_F(WindowTest, MinimizeTimerFiresOnceAndLeavesEverythingAsItWas) {
-    auto& minimize = window->ControlNamed<Window::MinimizeTimer>("MinimizeTimer");
-    test::AdvanceBy(loop, clock, milliseconds(499));
-    EXPECT_EQ(minimize.Mode(), 1);
-    test::AdvanceBy(loop, clock, milliseconds(1));
-    EXPECT_EQ(minimize.Mode(), 0);
+    // The minimize timer fires once at 500 ms and changes nothing.
+    test::AdvanceBy(loop, clock, milliseconds(500));
+    EXPECT_EQ(valuesOf("MinimizeTimer").first, 0);
     EXPECT_TRUE(window->Visible());
-    EXPECT_EQ(LogText(), "\rConnecting to Quorvane...");
+
+    std::vector<std::string> items;
+    for (const auto& menu : window->MenuBar()->Children()) {
+        items.push_back(std::string(menu->Name.Bytes()) + " " + std::string(menu->Text.Bytes()));
+        for (const auto& item : menu->Children()) {
+            items.push_back(std::string(item->Name.Bytes()) + " " + std::string(item->Text.Bytes()) + " " +
+                            std::string(item->KeyboardShortcut.Bytes()) + (item->AutoEnable ? "" : " manual"));
+        }
+    }
+    EXPECT_EQ(items, (std::vector<std::string>{"FileMenu &File", "FileQuit &Quit Cmd+Q", "EditMenu &Edit",
+                                               "EditUndo &Undo Cmd+Z", "UntitledMenu1 - ", "EditCut Cu&t Cmd+X",
+                                               "EditCopy &Copy Cmd+C", "EditPaste &Paste Cmd+V", "EditClear &Delete ",
+                                               "UntitledMenu0 - ", "EditSelectAll Select &All Cmd+A"}));
+    EXPECT_EQ(window->MenuBar(), &MenuBar1::Instance());
+    EXPECT_EQ(window->FileQuit().Text.Bytes(), "&Quit");
+    EXPECT_EQ(window->UntitledMenu0().Name.Bytes(), "UntitledMenu0");
+    EXPECT_EQ(window->EditSelectAll().KeyboardShortcut.Bytes(), "Cmd+A");
 }
 
-TEST_F(WindowTest, DispatcherStartsOneCommandPerTickFromCreationWithoutAPeer) {
+TEST_F(WindowTest, TheDispatcherStartsOneCommandPerTickFromCreationUnlessBusy) {
     for (const char* word : {"First", "second", "THIRD"}) {
         window->CommandQueueItemArray.push_back(
             std::make_shared<CommandQueueItemClass>(CommandQueueItemClass{word, String("Command:") + word}));
@@ -88,43 +86,25 @@ TEST_F(WindowTest, DispatcherStartsOneCommandPerTickFromCreationWithoutAPeer) {
         seen.push_back(std::string(window->CommandStr.Bytes()) + "/" + std::to_string(window->CommandQueueItemArray.size()));
     }
     EXPECT_EQ(seen, (std::vector<std::string>{"/3", "First/2", "First/2", "second/1", "THIRD/0", "THIRD/0"}));
-    EXPECT_FALSE(window->isCommandInProgress);
-}
 
-TEST_F(WindowTest, BusyDispatcherLeavesTheQueueAlone) {
     window->isCommandInProgress = true;
     window->CommandQueueItemArray.push_back(std::make_shared<CommandQueueItemClass>(CommandQueueItemClass{"Status", "x"}));
     test::AdvanceBy(loop, clock, milliseconds(10000));
     EXPECT_EQ(window->CommandQueueItemArray.size(), 1u);
-    EXPECT_TRUE(window->CommandStr.IsEmpty());
+    EXPECT_EQ(window->CommandStr.Bytes(), "THIRD");
 }
 
-TEST_F(WindowTest, PeerIsLoggedAndAnUnfinishedFrameWaitsInTheBuffer) {
+TEST_F(WindowTest, ThePeerIsLoggedAndItsDepartureEndsTheLoopEvenInsideANestedPoll) {
     const int peer = ConnectPeer();
     EXPECT_EQ(LogText(), "\rConnecting to Quorvane...\rConnected to Quorvane...");
     test::WriteAll(peer, "Start_abc");
     EXPECT_TRUE(test::RunUntil(loop, [&] { return window->QVIPCBuffer.Pending() == "Start_abc"; }));
     close(peer);
-}
-
-TEST_F(WindowTest, PeerLeavingEndsTheLoopWithStatusZeroAndTheSocketFileGoes) {
-    const int peer = ConnectPeer();
-    close(peer);
-    ASSERT_TRUE(test::RunUntil(loop, [&] { return loop.IsQuitting(); }));
-    EXPECT_EQ(loop.ExitStatus(), 0);
-    EXPECT_EQ(LogText(), "\rConnecting to Quorvane...\rConnected to Quorvane...") << "nothing is logged at the end";
-    window.reset();
-    EXPECT_FALSE(PathExists(channelPath));
-}
-
-TEST_F(WindowTest, QuitInsideANestedPollNeverReturnsToTheCaller) {
-    const int peer = ConnectPeer();
-    close(peer);
     bool wentOn = false;
     Timer busy(loop);
     busy.SetPeriod(1);
     busy.onAction = [&] {
-        window->ControlNamed<Window::QVIPCSocket>("QVIPCSocket").Poll();  // delivers the peer's departure
+        window->ControlNamed<Window::QVIPCSocket>("QVIPCSocket").Poll();  // delivers the departure
         wentOn = true;
     };
     busy.SetMode(Timer::ModeSingle);
@@ -132,32 +112,98 @@ TEST_F(WindowTest, QuitInsideANestedPollNeverReturnsToTheCaller) {
         clock.Advance(milliseconds(1));
         return loop.IsQuitting();
     }));
-    EXPECT_FALSE(wentOn);
+    EXPECT_FALSE(wentOn) << "Quit never returns to its caller";
     EXPECT_EQ(loop.ExitStatus(), 0);
+    EXPECT_EQ(LogText(), "\rConnecting to Quorvane...\rConnected to Quorvane...") << "nothing is logged at the end";
+    window.reset();
+    EXPECT_FALSE(std::filesystem::exists(channelPath));
 }
 
-TEST(WindowStartTest, PathThatIsNotOursEndsTheLoopAndIsLeftUntouched) {
+TEST(WindowStartTest, APathThatIsNotOursEndsTheLoopAndIsLeftUntouched) {
     ManualClock clock;
     RunLoop loop(clock);
     HeadlessView view;
     test::TempDir dir;
-    const std::string path = dir.File("qvipc");
-    std::ofstream(path) << "user data";
+    std::ofstream(dir.File("qvipc")) << "user data";
     {
-        RSSDownloadWindow window(loop, clock, view, String(path));
+        RSSDownloadWindow window(loop, clock, view, String(dir.File("qvipc")));
         ASSERT_TRUE(test::RunUntil(loop, [&] { return loop.IsQuitting(); }));
         EXPECT_EQ(loop.ExitStatus(), 0);
     }
-    std::ifstream in(path);
-    std::string content;
-    std::getline(in, content);
-    EXPECT_EQ(content, "user data");
+    EXPECT_EQ(std::filesystem::file_size(dir.File("qvipc")), 9u);
+}
+
+TEST_F(WindowTest, TheLogTrimsAboveThreeThousandCharactersOneCharacterPastALineBreak) {
+    EXPECT_EQ(LogText(), "\rConnecting to Quorvane...");
+    EXPECT_EQ(Log().ScrollPosition(), 0) << "a negative scroll position shows the top";
+    EXPECT_EQ(Log().SelStart(), Len(Log().Text()));
+    // "abcde" adds 6 characters with its separator: 2994 + 6 = 3000 stays, 3001 trims.
+    const std::pair<std::size_t, std::string> cases[] = {{2994, std::string(2994, 'x') + "\rabcde"}, {2995, "bcde"}};
+    for (const auto& [before, expected] : cases) {
+        Log().SetText(String(std::string(before, 'x')));
+        Write("abcde");
+        EXPECT_EQ(LogText(), expected) << before;
+    }
+    Log().SetText("");
+    Write(std::string(3100, 'y'));
+    EXPECT_EQ(LogText(), std::string(1101, 'y')) << "no separator behind 2000: cut in the middle";
+
+    Log().SetText("");
+    char entry[16];
+    for (int i = 1; i <= 273; ++i) {
+        std::snprintf(entry, sizeof entry, "entry %04d", i);
+        Write(entry);
+    }
+    // The first separator at or behind position 2000 is entry 183's (at 2003);
+    // the kept text starts one character later than that entry does.
+    std::string expected = "ntry 0183";
+    for (int i = 184; i <= 273; ++i) {
+        std::snprintf(entry, sizeof entry, "\rentry %04d", i);
+        expected += entry;
+    }
+    EXPECT_EQ(LogText(), expected);
+    EXPECT_EQ(Log().ScrollPosition(), 90 - 6);
+}
+
+TEST(LogEchoTest, EntriesGoOutAsLinesAndAFullPipeDropsAndCountsWithoutBlocking) {
+    int fds[2];
+    ASSERT_EQ(pipe(fds), 0);
+    fcntl(fds[0], F_SETFL, O_NONBLOCK);
+    const auto drain = [&] {
+        std::string bytes;
+        char buffer[65536];
+        for (ssize_t n; (n = read(fds[0], buffer, sizeof buffer)) > 0;) bytes.append(buffer, static_cast<std::size_t>(n));
+        return bytes;
+    };
+    {
+        ManualClock clock;
+        RunLoop loop(clock);
+        HeadlessView view(fds[1]);
+        test::TempDir dir;
+        RSSDownloadWindow window(loop, clock, view, String(dir.File("qvipc")));
+        window.writeInputField("Status OK...");
+    }
+    EXPECT_EQ(drain(), "Connecting to Quorvane...\nStatus OK...\n");
+
+    // Filled without blocking; the echo's own descriptor blocks, as a launcher's pipe does.
+    fcntl(fds[1], F_SETFL, O_NONBLOCK);
+    const std::string filler(4096, 'f');
+    while (write(fds[1], filler.data(), filler.size()) > 0) {
+    }
+    fcntl(fds[1], F_SETFL, 0);
+    LogEcho echo(fds[1]);
+    echo.WriteLine("lost");
+    echo.WriteLine("lost too");
+    drain();
+    echo.WriteLine("Status OK...");
+    EXPECT_EQ(drain(), "2 log lines were dropped: nothing was reading standard error\nStatus OK...\n");
+    close(fds[0]);
+    close(fds[1]);
 }
 
 TEST(CatchAllTest, LogsItsTagOnceAndPassesQuitOn) {
     std::vector<std::string> logged;
     System::ScopedDebugLogSink sink([&](const String& line) { logged.emplace_back(line.Bytes()); });
-
     bool after = false;
     EXPECT_NO_THROW(WithCatchAll("QVAssistant.Tag", [&] {
         throw NilObjectException();

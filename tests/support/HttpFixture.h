@@ -1,14 +1,13 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "http/HTTPSocket.h"
-#include "support/LoopDriver.h"
-#include "support/TestPeers.h"
+#include "support/Support.h"
 
 namespace qv::test {
 
@@ -19,53 +18,40 @@ protected:
     HttpFixture() { Record(http); }
 
     void Record(HTTPSocket& socket) {
-        socket.events.Connected = [this] { events.push_back("connected"); };
-        socket.events.HeadersReceived = [this](const HTTPSocket::Headers& headers, std::int32_t status) {
+        auto& e = socket.events;
+        e.Connected = [this] { events.push_back("connected"); };
+        e.HeadersReceived = [this](const HTTPSocket::Headers& headers, std::int32_t status) {
             events.push_back("headers " + std::to_string(status) + (headers ? "" : " nil"));
         };
-        socket.events.ReceiveProgress = [this](std::int32_t received, std::int32_t total, const String& data) {
+        e.ReceiveProgress = [this](std::int32_t received, std::int32_t total, const String& data) {
             events.push_back("progress " + std::to_string(received) + "/" + std::to_string(total) + " " +
                              std::string(data.Bytes()));
         };
-        socket.events.PageReceived = [this](const String& url, std::int32_t status, const HTTPSocket::Headers& headers,
-                                            const String& content) {
+        e.PageReceived = [this](const String& url, std::int32_t status, const HTTPSocket::Headers& headers,
+                                const String& content) {
             events.push_back("page " + std::string(url.Bytes()) + " " + std::to_string(status) +
                              (headers ? "" : " nil") + " [" + std::string(content.Bytes()) + "]");
         };
-        socket.events.Error = [this](std::int32_t code) { events.push_back("error " + std::to_string(code)); };
+        e.Error = [this](std::int32_t code) { events.push_back("error " + std::to_string(code)); };
     }
-
     std::string Url(const std::string& path = "/") const {
         return "http://127.0.0.1:" + std::to_string(server.Port()) + path;
     }
-
-    // Waits until the socket has connected (and so written its request), then
-    // takes the connection on the server side and reads the request.
+    // Takes the connection once the socket has connected (and so written its
+    // request) and reads the request.
     int Serve(std::string* request = nullptr) {
         const std::size_t connectedBefore = Count("connected");
-        EXPECT_TRUE(RunUntil(loop, [&] { return Count("connected") > connectedBefore; })) << Dump();
+        EXPECT_TRUE(RunUntil(loop, [&] { return Count("connected") > connectedBefore; }));
         const int fd = server.Accept();
-        EXPECT_GE(fd, 0);
         const std::string got = ReadAvailable(fd, 50);
         if (request) *request = got;
         return fd;
     }
-
-    bool WaitFor(const std::string& prefix, std::chrono::milliseconds limit = std::chrono::milliseconds(3000)) {
-        return RunUntil(loop, [&] { return Count(prefix) > 0; }, limit);
-    }
+    bool WaitFor(const std::string& prefix) { return RunUntil(loop, [&] { return Count(prefix) > 0; }); }
     // Lets a little real time pass, for events that must not come.
     void Settle() { RunUntil(loop, [] { return false; }, std::chrono::milliseconds(150)); }
-
     std::size_t Count(const std::string& prefix) const {
-        std::size_t n = 0;
-        for (const auto& e : events) n += e.rfind(prefix, 0) == 0;
-        return n;
-    }
-    std::string Dump() const {
-        std::string all;
-        for (const auto& e : events) all += "\n  " + e;
-        return all;
+        return std::count_if(events.begin(), events.end(), [&](const std::string& e) { return e.starts_with(prefix); });
     }
 
     ManualClock clock;

@@ -1,4 +1,4 @@
-#include "support/TestPeers.h"
+#include "support/Support.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -12,6 +12,26 @@
 #include <stdexcept>
 
 namespace qv::test {
+
+void AdvanceTo(RunLoop& loop, ManualClock& clock, Duration until) {
+    loop.RunOnce(Duration::zero());
+    for (auto due = loop.NextTimerDue(); !loop.IsQuitting() && due && *due <= until; due = loop.NextTimerDue()) {
+        if (*due > clock.Now()) clock.Set(*due);
+        loop.RunOnce(Duration::zero());
+    }
+    if (clock.Now() < until) clock.Set(until);
+    loop.RunOnce(Duration::zero());
+}
+
+bool RunUntil(RunLoop& loop, const std::function<bool()>& done, std::chrono::milliseconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!done()) {
+        const auto left = deadline - std::chrono::steady_clock::now();
+        if (left <= std::chrono::steady_clock::duration::zero() || loop.IsQuitting()) return done();
+        loop.RunOnce(std::min<Duration>(left, std::chrono::milliseconds(20)));
+    }
+    return true;
+}
 
 TempDir::TempDir() {
     char pattern[] = "/tmp/qvtest.XXXXXX";
@@ -37,17 +57,9 @@ TcpListener::TcpListener() {
     port_ = ntohs(address.sin_port);
 }
 
-TcpListener::~TcpListener() { StopListening(); }
-
-int TcpListener::Accept() {
+int TcpListener::Accept(int waitMs) {
     pollfd ready{fd_, POLLIN, 0};
-    if (poll(&ready, 1, 3000) != 1) return -1;
-    return accept4(fd_, nullptr, nullptr, SOCK_CLOEXEC);
-}
-
-int TcpListener::AcceptNow() {
-    pollfd ready{fd_, POLLIN, 0};
-    if (fd_ < 0 || poll(&ready, 1, 0) != 1) return -1;
+    if (fd_ < 0 || poll(&ready, 1, waitMs) != 1) return -1;
     return accept4(fd_, nullptr, nullptr, SOCK_CLOEXEC);
 }
 
@@ -57,8 +69,7 @@ void TcpListener::StopListening() {
 }
 
 void WriteAll(int fd, const std::string& bytes) {
-    std::size_t done = 0;
-    while (done < bytes.size()) {
+    for (std::size_t done = 0; done < bytes.size();) {
         const ssize_t n = send(fd, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
         if (n <= 0) throw std::runtime_error("write failed");
         done += static_cast<std::size_t>(n);
@@ -68,17 +79,16 @@ void WriteAll(int fd, const std::string& bytes) {
 std::string ReadAvailable(int fd, int quietMs) {
     std::string got;
     char buffer[65536];
-    for (;;) {
-        pollfd ready{fd, POLLIN, 0};
-        if (poll(&ready, 1, quietMs) != 1) return got;
+    for (pollfd ready{fd, POLLIN, 0}; poll(&ready, 1, quietMs) == 1;) {
         const ssize_t n = read(fd, buffer, sizeof buffer);
-        if (n <= 0) return got;
+        if (n <= 0) break;
         got.append(buffer, static_cast<std::size_t>(n));
     }
+    return got;
 }
 
 void ResetConnection(int fd) {
-    linger abort{1, 0};
+    const linger abort{1, 0};
     setsockopt(fd, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
     close(fd);
 }
@@ -88,11 +98,15 @@ int ConnectLocal(const std::string& path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-    if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-        close(fd);
-        return -1;
-    }
-    return fd;
+    if (connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) return fd;
+    close(fd);
+    return -1;
+}
+
+std::string Command(std::initializer_list<std::pair<std::string, std::string>> fields) {
+    std::string text;
+    for (const auto& [name, value] : fields) text += name + ":" + value + "\r";
+    return text;
 }
 
 }  // namespace qv::test

@@ -1,0 +1,138 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "channel/Frame.h"
+#include "channel/PayloadCodec.h"
+#include "foundation/TextFunctions.h"
+#include "support/WindowFixture.h"
+
+namespace qv {
+namespace {
+
+struct Cut {
+    std::vector<std::string> payloads;
+    std::string pending;
+    bool operator==(const Cut&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Cut& cut) {
+    for (const auto& p : cut.payloads) out << "[" << p << "]";
+    return out << " pending [" << cut.pending << "]";
+}
+
+// Feeds `pieces` one read at a time, taking frames after each read.
+Cut Feed(const std::vector<std::string>& pieces) {
+    FrameBuffer buffer;
+    Cut cut;
+    for (const std::string& piece : pieces) {
+        buffer.Append(piece);
+        while (const auto payload = buffer.TakeFrame()) cut.payloads.emplace_back(payload->Bytes());
+    }
+    cut.pending = std::string(buffer.Pending());
+    return cut;
+}
+
+TEST(FrameTest, FramesAreCutByTheLongStandingRuleWhereverTheStreamIsSplit) {
+    const struct {
+        const char* what;
+        std::string input;
+        Cut expected;
+    } cases[] = {
+        {"two frames in one read", "Start_QQ==_EndStart_Qg==_End", {{"QQ==", "Qg=="}, ""}},
+        {"garbage ahead goes with the frame", "noise\r\nStart_QQ==_End", {{"QQ=="}, ""}},
+        {"empty frame", "Start__EndStart_QQ==_End", {{"", "QQ=="}, ""}},
+        {"stray end ahead: an empty payload, then the frame", "x_EndStart_QQ==_End", {{"", "QQ=="}, ""}},
+        {"end marker inside the start marker", "Start_EndQQ==_End", {{""}, "QQ==_End"}},
+        {"markers in any letter case", "sTaRt_QQ==_eNd", {{"QQ=="}, ""}},
+        {"start without end waits", "Start_QQ==", {{}, "Start_QQ=="}},
+        {"end without start waits", "QQ==_End", {{}, "QQ==_End"}},
+        {"bytes behind the last frame wait", "Start_QQ==_EndStar", {{"QQ=="}, "Star"}},
+    };
+    for (const auto& c : cases) EXPECT_EQ(Feed({c.input}), c.expected) << c.what;
+
+    const std::string stream = "junk_EndStart_QUJD_Endxx Start__End Start_RQ==_End";
+    const Cut whole = Feed({stream});
+    ASSERT_EQ(whole, (Cut{{"", "QUJD", "", "RQ=="}, ""}));
+    for (std::size_t at = 0; at <= stream.size(); ++at) {
+        EXPECT_EQ(Feed({stream.substr(0, at), stream.substr(at)}), whole) << "split at " << at;
+    }
+    const std::string frame = "Start_" + std::string(5000, 'A') + "_End";
+    std::vector<std::string> bytes;
+    for (char c : frame) bytes.emplace_back(1, c);
+    EXPECT_EQ(Feed(bytes), (Cut{{std::string(5000, 'A')}, ""})) << "one byte at a time";
+}
+
+TEST(FrameTest, PackedMessagesCarrySizeModulo2To24LowestByteFirstAndAnyBytes) {
+    const std::pair<std::size_t, std::string> prefixes[] = {
+        {0, std::string("\x00\x00\x00", 3)},       {47, std::string("\x2F\x00\x00", 3)},
+        {65536, std::string("\x00\x00\x01", 3)},   {0xFF00FF, std::string("\xFF\x00\xFF", 3)},
+        {16777217, std::string("\x01\x00\x00", 3)},
+    };
+    for (const auto& [size, prefix] : prefixes) {
+        const std::string text(size, 'q');
+        const String packed = zCompress(String(text));
+        EXPECT_EQ(packed.Bytes().substr(0, 3), prefix) << size;
+        // A prefix that has wrapped is read back as the sender wrote it.
+        EXPECT_EQ(zDecompress(packed).Size(), size);
+    }
+    EXPECT_EQ(zCompress(setToUTF8("\xC3\xA4\xC3\xB6")).Bytes().substr(0, 3), std::string("\x04\x00\x00", 3));
+
+    std::string text = "Response: X\r\n\r\n";
+    for (int i = 0; i < 256; ++i) text.push_back(static_cast<char>(i));
+    const String frame = MakeFrame(String(text));
+    ASSERT_TRUE(frame.Bytes().starts_with("Start_") && frame.Bytes().ends_with("_End"));
+    FrameBuffer buffer;
+    buffer.Append(frame.Bytes());
+    const String decoded = DecodePayload(buffer.TakeFrame()->Bytes());
+    EXPECT_TRUE(decoded.Bytes() == text);
+    EXPECT_EQ(decoded.GetEncoding(), Encoding::UTF8);
+}
+
+TEST(FrameTest, WhatDoesNotDecompressToItsPrefixGivesTheEmptyText) {
+    const std::string packed(zCompress("Command:Status\r").Bytes());
+    std::string corrupt = packed;
+    corrupt[5] = static_cast<char>(corrupt[5] ^ 0x55);
+    std::string prefixTooSmall = packed;
+    prefixTooSmall[0] = 3;  // the text has 15 bytes
+    const std::string cases[] = {"", std::string("\x0F\x00", 2), packed.substr(0, 3), corrupt, prefixTooSmall,
+                                 packed.substr(0, packed.size() - 2)};
+    for (const std::string& data : cases) EXPECT_TRUE(zDecompress(String(data)).IsEmpty()) << data.size();
+    EXPECT_TRUE(DecodePayload("not base64 at all!").IsEmpty());
+    EXPECT_EQ(zDecompress(String(packed)).Bytes(), "Command:Status\r");
+}
+
+using CommandFieldsTest = test::WindowFixture;
+
+TEST_F(CommandFieldsTest, AFieldIsReadByTheLongStandingRule) {
+    const struct {
+        const char *what, *name;
+        std::string text, value;
+        bool notFound;
+    } cases[] = {
+        {"plain", "Command", "Command:Status\r", "Status", false},
+        {"last line without its CR", "Command", "GetPageURL:x\rCommand:Show", "Show", false},
+        {"any separator, never looked at", "command", "COMMAND=Hide\r", "Hide", false},
+        {"a blank behind the separator stays", "Command", "Command: Status\r", " Status", false},
+        {"the first of two lines wins", "Command", "Command:Hide\rCommand:Show\r", "Hide", false},
+        {"CR LF: the first field is found", "Command", "Command:Status\r\nGetPageURL:x\r\n", "Status", false},
+        {"CR LF: a later field is not", "GetPageURL", "Command:GetPageURL\r\nGetPageURL:x\r\n", "", true},
+        {"LF and colons are part of a value", "GetPageURL", "GetPageURL:http://a:8/\nb\r", "http://a:8/\nb", false},
+        {"a longer name standing first is taken", "SrcFileInfo", "SrcFileInfoMD5:abc\rSrcFileInfo:eA==\r", "D5:abc",
+         false},
+        {"missing", "DateStr", "Command:GetNews\r", "", true},
+        {"name at the very end", "Command", "Command", "", true},
+        {"name, separator and nothing", "Command", "Command:", "", false},
+    };
+    for (const auto& c : cases) {
+        bool notFound = !c.notFound;
+        const String value = window->getCRFieldFromString(c.name, String(c.text), notFound);
+        EXPECT_EQ(value.Bytes(), c.value) << c.what;
+        EXPECT_EQ(notFound, c.notFound) << c.what;
+        EXPECT_EQ(value.GetEncoding(), Encoding::UTF8) << c.what;
+    }
+}
+
+}  // namespace
+}  // namespace qv

@@ -1,0 +1,183 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "foundation/DebugLog.h"
+#include "foundation/Exceptions.h"
+#include "foundation/RunLoop.h"
+#include "foundation/SignalWatch.h"
+#include "foundation/Timer.h"
+#include "support/Support.h"
+
+namespace qv {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::nanoseconds;
+using std::chrono::seconds;
+
+TEST(ClockTest, TicksCountSixtiethsOfASecondAndWrapAsSigned32Bits) {
+    const std::pair<Duration, std::int32_t> cases[] = {
+        {nanoseconds(16'666'666), 0}, {nanoseconds(16'666'667), 1}, {seconds(1000) + milliseconds(500), 60030},
+        {seconds(35791394) + nanoseconds(116'666'667), INT32_MAX}, {seconds(35791394) + nanoseconds(133'333'334), INT32_MIN}};
+    for (const auto& [at, ticks] : cases) EXPECT_EQ(Ticks(ManualClock(at)), ticks) << at.count();
+    EXPECT_EQ(TicksBetween(INT32_MAX, INT32_MIN), 1) << "across the wrap";
+    EXPECT_EQ(TicksAfter(INT32_MAX, 60), INT32_MIN + 59);
+    EXPECT_DOUBLE_EQ(Microseconds(ManualClock(seconds(2) + nanoseconds(1500))), 2'000'001.5);
+}
+
+class LoopTest : public ::testing::Test {
+protected:
+    // A timer's firings counted at each of the given instants from now.
+    std::vector<int> FiringsAt(Timer& timer, const std::vector<milliseconds>& instants) {
+        int fired = 0;
+        timer.onAction = [&] { ++fired; };
+        const Duration start = clock.Now();
+        std::vector<int> counts;
+        for (milliseconds at : instants) {
+            test::AdvanceTo(loop, clock, start + at);
+            counts.push_back(fired);
+        }
+        return counts;
+    }
+    ManualClock clock;
+    RunLoop loop{clock};
+};
+
+TEST_F(LoopTest, APassRunsReadyWatchesThenCallsPostedBeforeItAndSurvivesExceptions) {
+    int fds[2];
+    ASSERT_EQ(pipe(fds), 0);
+    std::string order;
+    RunLoop::WatchId second = 0;
+    const RunLoop::WatchId first = loop.AddWatch(fds[0], POLLIN, [&](short) {
+        char byte;
+        EXPECT_EQ(read(fds[0], &byte, 1), 1);
+        order += 'w';
+        loop.RemoveWatch(second);  // removed while its readiness is already known
+    });
+    second = loop.AddWatch(fds[0], POLLIN, [&](short) { order += 'X'; });
+    loop.Post([&] {
+        order += 'a';
+        loop.Post([&] { order += 'c'; });
+        throw std::runtime_error("boom");
+    });
+    loop.Post([&] { order += 'b'; });
+    ASSERT_EQ(write(fds[1], "x", 1), 1);
+    std::vector<std::string> logged;
+    System::ScopedDebugLogSink sink([&](const String& line) { logged.emplace_back(line.Bytes()); });
+    loop.RunOnce(milliseconds(100));
+    EXPECT_EQ(order, "wab");
+    EXPECT_EQ(logged, std::vector<std::string>{"QVAssistant: unhandled exception: boom"});
+    loop.RunOnce(Duration::zero());
+    EXPECT_EQ(order, "wabc");
+    loop.RemoveWatch(first);
+    close(fds[0]);
+    close(fds[1]);
+
+    // Quit's unwinding stops the pass and keeps the status.
+    loop.Post([&] {
+        loop.Quit(0);
+        throw EndException();
+    });
+    loop.Post([&] { order += 'X'; });
+    loop.Run();
+    EXPECT_EQ(order, "wabc");
+    EXPECT_EQ(loop.ExitStatus(), 0);
+    EXPECT_EQ(logged.size(), 1u);
+}
+
+TEST_F(LoopTest, TimersFireNeverOnceOrEveryPeriodInOrderOfTheirDueTime) {
+    const std::pair<std::int32_t, std::vector<int>> modes[] = {
+        {Timer::ModeOff, {0, 0, 0, 0}}, {Timer::ModeSingle, {0, 1, 1, 1}}, {Timer::ModeMultiple, {0, 1, 2, 10}}};
+    for (const auto& [mode, expected] : modes) {
+        Timer timer(loop);
+        timer.SetPeriod(1000);
+        timer.SetMode(mode);
+        EXPECT_EQ(FiringsAt(timer, {milliseconds(999), milliseconds(1000), milliseconds(2500), milliseconds(10000)}),
+                  expected)
+            << "mode " << mode;
+    }
+    // Setting a mode again restarts the period; a single shot reads off during its action.
+    Timer watchdog(loop);
+    watchdog.SetPeriod(60000);
+    watchdog.SetMode(Timer::ModeSingle);
+    test::AdvanceBy(loop, clock, seconds(50));
+    watchdog.SetMode(Timer::ModeSingle);
+    std::int32_t modeInAction = -1;
+    EXPECT_EQ(FiringsAt(watchdog, {milliseconds(59999), milliseconds(60000)}), (std::vector<int>{0, 1}));
+    watchdog.onAction = [&] { modeInAction = watchdog.Mode(); };
+    watchdog.SetMode(Timer::ModeSingle);
+    test::AdvanceBy(loop, clock, seconds(60));
+    EXPECT_EQ(modeInAction, Timer::ModeOff);
+    // Switched off while due but not yet delivered: it never fires.
+    Timer off(loop);
+    off.SetPeriod(100);
+    off.SetMode(Timer::ModeMultiple);
+    clock.Advance(milliseconds(150));
+    off.SetMode(Timer::ModeOff);
+    EXPECT_EQ(FiringsAt(off, {seconds(5)}), (std::vector<int>{0}));
+
+    std::string order;
+    Timer slow(loop), fast(loop), mid(loop);
+    slow.SetPeriod(3000);
+    fast.SetPeriod(1000);
+    mid.SetPeriod(2000);
+    slow.onAction = [&] { order += 's'; };
+    fast.onAction = [&] { order += 'f'; };
+    mid.onAction = [&] { order += 'm'; };
+    slow.SetMode(Timer::ModeSingle);
+    mid.SetMode(Timer::ModeMultiple);
+    fast.SetMode(Timer::ModeMultiple);
+    test::AdvanceBy(loop, clock, milliseconds(4500));
+    EXPECT_EQ(order, "fmfsfmf");
+    clock.Advance(milliseconds(500));
+    loop.RunOnce(std::nullopt);  // due now: a pass with no limit of its own must not block
+    EXPECT_EQ(order, "fmfsfmff");
+}
+
+TEST_F(LoopTest, ATickDueWhileAHandlerRunsIsDroppedAndTheNextComesAFullPeriodAfterIt) {
+    // A copy inside the timer's own action, or another handler that holds the
+    // loop: either way no tick may come right on the end of the long handler.
+    for (const bool ownHandler : {true, false}) {
+        SCOPED_TRACE(ownHandler ? "its own handler ran long" : "another handler ran long");
+        Timer timer(loop);
+        timer.SetPeriod(2000);
+        timer.SetMode(Timer::ModeMultiple);
+        const Duration start = clock.Now();
+        std::vector<Duration> firedAt;
+        timer.onAction = [&] {
+            firedAt.push_back(clock.Now() - start);
+            if (ownHandler && firedAt.size() == 1) clock.Advance(milliseconds(4500));
+        };
+        if (!ownHandler) {
+            clock.Advance(milliseconds(6500));  // the loop was busy, not waiting, at 2 s
+            loop.RunOnce(Duration::zero());
+        }
+        test::AdvanceTo(loop, clock, start + seconds(12));
+        std::vector<Duration> expected = {milliseconds(8500), milliseconds(10500)};
+        if (ownHandler) expected.insert(expected.begin(), seconds(2));
+        EXPECT_EQ(firedAt, expected);
+    }
+}
+
+TEST_F(LoopTest, SignalsArriveAsLoopEventsOnceEachInOrder) {
+    std::vector<int> seen;
+    {
+        SignalWatch watch(loop, {SIGINT, SIGUSR1}, [&](int signal) { seen.push_back(signal); });
+        for (const int signal : {SIGUSR1, SIGINT, SIGUSR1}) std::raise(signal);
+        EXPECT_TRUE(seen.empty()) << "the handler itself must not run the callback";
+        loop.RunOnce(milliseconds(100));
+        loop.RunOnce(milliseconds(10));
+        EXPECT_EQ(seen, (std::vector<int>{SIGUSR1, SIGINT, SIGUSR1}));
+    }
+    struct sigaction now {};
+    sigaction(SIGUSR1, nullptr, &now);
+    EXPECT_EQ(now.sa_handler, SIG_DFL) << "restored when the watch goes";
+}
+
+}  // namespace
+}  // namespace qv

@@ -1,0 +1,205 @@
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "foundation/IPCSocket.h"
+#include "foundation/SocketErrors.h"
+#include "foundation/TCPSocket.h"
+#include "foundation/Timer.h"
+#include "support/Support.h"
+
+namespace qv {
+namespace {
+
+using std::chrono::milliseconds;
+using Events = std::vector<std::string>;
+
+// A socket whose events are written down as text; Error also shows the input
+// still readable then.
+template <class Socket>
+struct Recording {
+    explicit Recording(RunLoop& loop) : socket(loop) {
+        socket.onConnected = [this] { events.push_back("connected"); };
+        socket.onDataAvailable = [this] { events.push_back("data"); };
+        socket.onError = [this] {
+            events.push_back("error " + std::to_string(socket.LastErrorCode()) + " " + std::string(socket.Lookahead().Bytes()));
+        };
+    }
+    bool Saw(const std::string& prefix) const {
+        return std::any_of(events.begin(), events.end(), [&](const std::string& e) { return e.starts_with(prefix); });
+    }
+    Socket socket;
+    Events events;
+};
+
+class SocketTest : public ::testing::Test {
+protected:
+    // Connects to the test server and returns the server's end.
+    int Connect(Recording<TCPSocket>& s, const char* host = "127.0.0.1") {
+        s.socket.SetAddress(host);
+        s.socket.SetPort(server.Port());
+        s.socket.Connect();
+        EXPECT_TRUE(test::RunUntil(loop, [&] { return s.Saw("connected"); }));
+        return server.Accept();
+    }
+    // Listens on `name` in the temporary folder and, unless told not to, takes one peer.
+    int Listen(Recording<IPCSocket>& s, const std::string& name = "channel", bool takePeer = true) {
+        s.socket.SetPath(String(dir.File(name)));
+        s.socket.Listen();
+        if (!takePeer) return -1;
+        const int peer = test::ConnectLocal(dir.File(name));
+        EXPECT_TRUE(test::RunUntil(loop, [&] { return s.Saw("connected"); }));
+        return peer;
+    }
+
+    ManualClock clock;
+    RunLoop loop{clock};
+    test::TcpListener server;
+    test::TempDir dir;
+};
+
+TEST_F(SocketTest, DataBeforeARemoteCloseComesFirstAndStaysReadableDuringError) {
+    Recording<TCPSocket> s(loop);
+    const int peer = Connect(s, "localhost");  // a name, looked up without blocking
+    test::WriteAll(peer, "partial page");
+    close(peer);
+    ASSERT_TRUE(test::RunUntil(loop, [&] { return s.Saw("error"); }));
+    EXPECT_EQ(s.events, (Events{"connected", "data", "error 102 partial page"}));
+    EXPECT_TRUE(s.socket.Read(0).IsEmpty() && s.socket.Read(-1).IsEmpty());
+    EXPECT_EQ(s.socket.Read(7).Bytes(), "partial");
+    EXPECT_EQ(s.socket.ReadAll().Bytes(), " page");
+}
+
+TEST_F(SocketTest, ALocalCloseRaisesNothingAndFailuresToConnectComeFromTheLoop) {
+    Recording<TCPSocket> open(loop), connecting(loop);
+    const int peer = Connect(open);
+    open.socket.Close();
+    test::WriteAll(peer, "late");
+    close(peer);
+    connecting.socket.SetAddress("127.0.0.1");
+    connecting.socket.SetPort(server.Port());
+    connecting.socket.Connect();
+    connecting.socket.Close();
+    connecting.socket.Write("nobody listens");
+    EXPECT_EQ(connecting.socket.BytesLeftToSend(), 0);
+    test::RunUntil(loop, [] { return false; }, milliseconds(200));
+    EXPECT_EQ(open.events, Events{"connected"});
+    EXPECT_TRUE(connecting.events.empty());
+
+    const std::int32_t closedPort = server.Port();
+    server.StopListening();
+    const struct {
+        const char* host;
+        std::int32_t port, code;
+    } cases[] = {{"127.0.0.1", closedPort, SocketError::LostConnection}, {"127.0.0.1", 0, SocketError::InvalidPort},
+                 {"127.0.0.1", 65536, SocketError::InvalidPort}, {"", 80, SocketError::NameNotResolved}};
+    for (const auto& c : cases) {
+        Recording<TCPSocket> s(loop);
+        s.socket.SetAddress(c.host);
+        s.socket.SetPort(c.port);
+        s.socket.Connect();
+        EXPECT_TRUE(s.events.empty()) << "an event ran inside Connect";
+        EXPECT_TRUE(test::RunUntil(loop, [&] { return s.Saw("error"); }));
+        EXPECT_EQ(s.events, Events{"error " + std::to_string(c.code) + " "}) << c.host << ":" << c.port;
+    }
+}
+
+TEST_F(SocketTest, PollDeliversOnlyItsOwnSocketsEventsAndALargeWriteArrivesWhole) {
+    Recording<TCPSocket> a(loop), b(loop);
+    const int peerA = Connect(a);
+    const int peerB = Connect(b);
+    Timer timer(loop);
+    timer.SetPeriod(10);
+    timer.SetMode(Timer::ModeSingle);
+    bool otherRan = false;
+    timer.onAction = [&] { otherRan = true; };
+    loop.Post([&] { otherRan = true; });
+    clock.Advance(milliseconds(20));
+    test::WriteAll(peerA, "for a");
+    test::WriteAll(peerB, "for b");
+    a.socket.Poll();
+    EXPECT_EQ(a.events, (Events{"connected", "data"}));
+    EXPECT_EQ(b.events, Events{"connected"});
+    EXPECT_FALSE(otherRan);
+    a.socket.Poll();
+    EXPECT_EQ(a.events.size(), 2u) << "nothing new: no handler runs";
+
+    std::string payload(8 * 1024 * 1024, '\0');
+    for (std::size_t i = 0; i < payload.size(); ++i) payload[i] = static_cast<char>(i * 7 % 251);
+    std::string received;
+    std::thread reader([&] { received = test::ReadAvailable(peerB, 10000); });
+    b.socket.Write(String(payload));
+    EXPECT_TRUE(test::RunUntil(loop, [&] { return b.socket.BytesLeftToSend() == 0; }, milliseconds(10000)));
+    b.socket.Close();
+    reader.join();
+    EXPECT_TRUE(received == payload);
+    close(peerA);
+    close(peerB);
+}
+
+TEST_F(SocketTest, TheLocalListenerTakesOnePeerWhoseDepartureOrDeafnessIsAnError) {
+    Recording<IPCSocket> s(loop);
+    int peer = Listen(s);
+    EXPECT_EQ(test::ConnectLocal(dir.File("channel")), -1) << "a further peer is refused";
+    test::WriteAll(peer, std::string("Start_\0\xff_End", 12));
+    close(peer);
+    ASSERT_TRUE(test::RunUntil(loop, [&] { return s.Saw("error"); }));
+    EXPECT_EQ(s.events, (Events{"connected", "data", "error 102 " + std::string("Start_\0\xff_End", 12)}));
+
+    // A peer that stops reading: the next write fails, after its last bytes.
+    Recording<IPCSocket> deaf(loop);
+    peer = Listen(deaf, "deaf");
+    test::WriteAll(peer, "last words");
+    ASSERT_EQ(shutdown(peer, SHUT_RD), 0);
+    deaf.socket.Write("reply");  // before the loop has read the last words
+    ASSERT_TRUE(test::RunUntil(loop, [&] { return deaf.Saw("error"); }));
+    EXPECT_EQ(deaf.events, (Events{"connected", "data", "error 102 last words"}));
+    close(peer);
+
+    // Connect is the other side, as qvctl uses it.
+    Recording<IPCSocket> listener(loop), client(loop);
+    Listen(listener, "second", false);
+    client.socket.SetPath(String(dir.File("second")));
+    client.socket.Connect();
+    client.socket.Write("ping");
+    EXPECT_TRUE(test::RunUntil(loop, [&] { return listener.socket.Lookahead().Bytes() == "ping"; }));
+
+    // A path that cannot be taken fails from the loop, not inside Listen.
+    ASSERT_EQ(mkdir(dir.File("folder").c_str(), 0700), 0);
+    Recording<IPCSocket> refused(loop);
+    Listen(refused, "folder", false);
+    EXPECT_TRUE(refused.events.empty());
+    loop.RunOnce(milliseconds(0));
+    EXPECT_EQ(refused.events, Events{"error 106 "});
+}
+
+TEST_F(SocketTest, APeerOfAnotherUserIsRefused) {
+    if (geteuid() != 0) GTEST_SKIP() << "needs root to act as another user";
+    Recording<IPCSocket> s(loop);
+    Listen(s, "channel", false);
+    // Anyone may reach the file, so that only the credentials check stands.
+    ASSERT_EQ(chmod(dir.Path().c_str(), 0755), 0);
+    ASSERT_EQ(chmod(dir.File("channel").c_str(), 0666), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        if (setuid(65534) != 0) _exit(2);
+        const int fd = test::ConnectLocal(dir.File("channel"));
+        _exit(fd >= 0 && test::ReadAvailable(fd, 3000).empty() ? 0 : 3);  // closed without a word
+    }
+    int status = 0;
+    ASSERT_TRUE(test::RunUntil(loop, [&] { return waitpid(child, &status, WNOHANG) == child; }, milliseconds(5000)));
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(s.events.empty());
+    const int peer = test::ConnectLocal(dir.File("channel"));
+    EXPECT_TRUE(test::RunUntil(loop, [&] { return s.Saw("connected"); })) << "still listening for the right peer";
+    close(peer);
+}
+
+}  // namespace
+}  // namespace qv

@@ -1,0 +1,164 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "foundation/Exceptions.h"
+#include "headers/InternetHeaders.h"
+
+namespace qv {
+namespace {
+
+using Entries = std::vector<std::pair<std::string, std::string>>;
+
+// The table as the response report walks it: Name(i) and Value(i) by position.
+Entries Walk(const InternetHeaders& headers) {
+    Entries entries;
+    for (std::int32_t i = 0; i < headers.Count(); ++i) entries.emplace_back(headers.Name(i).Bytes(), headers.Value(i).Bytes());
+    return entries;
+}
+
+InternetHeaders Parsed(std::string_view text) {
+    InternetHeaders headers;
+    headers._ParseHeaders(String(text));
+    return headers;
+}
+
+// Three values of A, with B between the first two.
+InternetHeaders ThreeOfA() { return Parsed("A: 1\r\nB: 2\r\nA: 3\r\nA: 4"); }
+
+TEST(InternetHeadersTest, ParsingUnfoldsAndSkipsLinesWithoutAColonByTheFirstLineEndFound) {
+    const std::pair<std::string_view, Entries> cases[] = {
+        {"Subject: one\r\n\ttwo\r\n   three", {{"Subject", "one two   three"}}},
+        {"A: 1\rB: 2", {{"A", "1"}, {"B", "2"}}},
+        {"X:y:z", {{"X", "y:z"}}},
+        {" X: 1\nX : 2", {{" X", "1"}, {"X ", "2"}}},
+        {": 1", {{"", "1"}}},
+        {"X: \t value \t", {{"X", "value \t"}}},
+        {"HTTP/1.1 200 OK\r\nA: 1\r\n\r\nB: 2\r\njunk\r\n", {{"A", "1"}, {"B", "2"}}},
+        {"GET http://h/ HTTP/1.0\nA: 1", {{"GET http", "//h/ HTTP/1.0"}, {"A", "1"}}},
+        // One CR LF anywhere makes it the line end, so a bare LF stays inside a value.
+        {"A: 1\nB: 2\r\nC: 3", {{"A", "1\nB: 2"}, {"C", "3"}}},
+    };
+    for (const auto& [text, entries] : cases) EXPECT_EQ(Walk(Parsed(text)), entries) << text;
+
+    const std::pair<std::string_view, std::string_view> eols[] = {
+        {"a\nb\rc\r\n", "\r\n"}, {"a\nb\rc", "\n"}, {"a\n\rb", "\n"}, {"a\rb", "\r"}, {"ab", "\r\n"}};
+    for (const auto& [text, eol] : eols) EXPECT_EQ(InternetHeaders::_DetermineEOLCharacter(String(text)).Bytes(), eol);
+
+    // A new parse replaces the table; the source stays what was parsed last.
+    InternetHeaders headers = ThreeOfA();
+    headers._ParseHeaders("A: 3");
+    EXPECT_EQ(Walk(headers), (Entries{{"A", "3"}}));
+    headers.AppendHeader("B", "2");
+    headers.DeleteAllHeaders();
+    EXPECT_EQ(headers.Source().Bytes(), "A: 3");
+    headers._ParseHeaders("");  // an empty text counts as none
+    headers.AppendHeader("C", "5");
+    headers.AppendHeader("c", "6");
+    EXPECT_EQ(headers.Source().Bytes(), "C: 5\r\nc: 6");
+}
+
+TEST(InternetHeadersTest, RepeatedNamesByNameByIndexAndByPosition) {
+    const InternetHeaders headers = ThreeOfA();
+    EXPECT_EQ(headers.NameCount("a"), 3);
+    EXPECT_EQ(headers.NameCount("C"), 0);
+    EXPECT_EQ(headers.Value("a", 1).Bytes(), "3");
+    EXPECT_EQ(headers.Value("A", -1).Bytes(), "1");
+    EXPECT_EQ(headers.Value("A", 3).Bytes(), "");
+    EXPECT_EQ(headers.CommaSeparatedValues("A").Bytes(), "1, 3, 4");
+    EXPECT_EQ(headers.CommaSeparatedValues("C").Bytes(), "");
+    EXPECT_EQ(headers.Value(4).Bytes(), "");
+    EXPECT_EQ(headers.Value(INT32_MAX).Bytes(), "");
+    EXPECT_THROW(headers.Value(-1), OutOfBoundsException);
+    EXPECT_THROW(headers.Name(4), OutOfBoundsException);
+}
+
+TEST(InternetHeadersTest, SettingAndDeletingKeepTheNumberingRules) {
+    const struct {
+        const char* what;
+        void (*change)(InternetHeaders&);
+        Entries walk;
+        std::string csv;
+    } cases[] = {
+        {"set without index: one value", [](InternetHeaders& h) { h.SetHeader("a", "9"); }, {{"B", "2"}, {"a", "9"}}, "9"},
+        {"set index 0: the first only", [](InternetHeaders& h) { h.SetHeader("A", "x", 0); },
+         {{"A", "x"}, {"B", "2"}, {"A", "3"}, {"A", "4"}}, "x, 3, 4"},
+        {"set beyond the end: a gap NameCount stops at", [](InternetHeaders& h) { h.SetHeader("A", "x", 5); },
+         {{"A", "1"}, {"B", "2"}, {"A", "3"}, {"A", "4"}, {"A", "x"}}, "1, 3, 4"},
+        {"a negative index is a suffix of its own", [](InternetHeaders& h) { h.SetHeader("A", "x", -1); },
+         {{"A", "1"}, {"B", "2"}, {"A", "3"}, {"A", "4"}, {"A", "x"}}, "1, 3, 4"},
+        {"delete index 0 moves the later ones down, under the name as given", [](InternetHeaders& h) { h.Delete("a", 0); },
+         {{"B", "2"}, {"a", "3"}, {"a", "4"}}, "3, 4"},
+        {"delete a missing index changes nothing", [](InternetHeaders& h) { h.Delete("A", 3); },
+         {{"A", "1"}, {"B", "2"}, {"A", "3"}, {"A", "4"}}, "1, 3, 4"},
+        {"delete the name stops at a gap", [](InternetHeaders& h) { h.SetHeader("A", "behind", 4); h.Delete("A"); },
+         {{"B", "2"}, {"A", "behind"}}, ""},
+    };
+    for (const auto& c : cases) {
+        InternetHeaders headers = ThreeOfA();
+        c.change(headers);
+        EXPECT_EQ(Walk(headers), c.walk) << c.what;
+        EXPECT_EQ(headers.CommaSeparatedValues("A").Bytes(), c.csv) << c.what;
+    }
+}
+
+TEST(InternetHeadersTest, AnAppendTakesTheLowestFreeNumberAfterAnyDelete) {
+    const struct {
+        const char* what;
+        void (*change)(InternetHeaders&);
+        std::string keyOfTheAppend;
+    } cases[] = {
+        {"nothing deleted", [](InternetHeaders&) {}, "A:3"},
+        {"all deleted", [](InternetHeaders& h) { h.Delete("a"); }, "A"},
+        {"one moved down", [](InternetHeaders& h) { h.Delete("A", 1); }, "A:2"},
+        {"one index freed", [](InternetHeaders& h) { h.Delete("A", 2); h.SetHeader("A", "x", 5); }, "A:2"},
+        {"all replaced", [](InternetHeaders& h) { h.SetHeader("A", "only"); }, "A:1"},
+        {"the table emptied", [](InternetHeaders& h) { h.DeleteAllHeaders(); }, "A"},
+    };
+    for (const auto& c : cases) {
+        InternetHeaders headers = ThreeOfA();
+        c.change(headers);
+        headers.AppendHeader("A", "new");
+        EXPECT_EQ(headers.Value(String(c.keyOfTheAppend)).Bytes(), "new") << c.what;
+    }
+    std::string text;
+    for (int i = 0; i < 100'000; ++i) text += "X: " + std::to_string(i) + "\r\n";
+    const InternetHeaders many = Parsed(text);
+    EXPECT_EQ(many.NameCount("x"), 100'000);
+    EXPECT_EQ(many.Value("X", 99'999).Bytes(), "99999");
+}
+
+TEST(InternetHeadersTest, FormattersWriteHttpInTableOrderAndMailInItsFixedOrder) {
+    using Appends = std::vector<std::pair<std::string_view, std::string_view>>;
+    const auto appended = [](const Appends& appends) {
+        InternetHeaders headers;
+        for (const auto& [name, value] : appends) headers.AppendHeader(String(name), String(value));
+        return headers;
+    };
+    EXPECT_EQ(appended({{"Accept", "*/*"}, {"Host", "h:8080"}, {"accept", ""}, {"", " y"}})._FormatHTTPHeaders().Bytes(),
+              "Accept: */*\r\nHost: h:8080\r\naccept: \r\n:  y");
+    EXPECT_EQ(InternetHeaders()._FormatHTTPHeaders().Bytes(), "");
+
+    const std::pair<Appends, std::string_view> mails[] = {
+        {{{"cc", "c1"}, {"to", "t"}, {"from", "f"}, {"subject", "s"}, {"date", "d"}, {"received", "r0"},
+          {"return-path", "p"}, {"cc", "c2"}, {"Received", "r1"}, {"To", "t2"}},
+         "Return-Path: p\r\nReceived: r0\r\nReceived: r1\r\nDate: d\r\nSubject: s\r\nFrom: f\r\nTo: t, t2\r\nCC: c1, c2"},
+        {{{"Return-Path", "p1"}, {"Return-Path", "p2"}, {"Subject", "s1"}, {"Subject", "s2"}},
+         "Return-Path: p1\r\nSubject: s1"},
+        {{{"Dates", "1"}, {"X-To", "2"}, {"", "v"}, {"X-Mailer", "m"}}, "Dates: 1\r\nX-To: 2\r\n: v\r\nX-Mailer: m"},
+        {{{"To", "a"}, {"Bcc", "hidden"}, {"bcc", "hidden too"}, {"X", "1"}}, "To: a\r\nX: 1"},
+    };
+    for (const auto& [appends, mail] : mails) EXPECT_EQ(appended(appends)._FormatEmailHeaders().Bytes(), mail);
+
+    InternetHeaders gaps = appended({{"To", "a"}, {"Received", "r0"}});
+    gaps.SetHeader("To", "after gap", 2);
+    gaps.SetHeader("Received", "after gap", 2);
+    gaps.SetHeader("X", "after gap", 2);
+    EXPECT_EQ(gaps._FormatEmailHeaders().Bytes(), "Received: r0\r\nTo: a\r\nX: after gap");
+}
+
+}  // namespace
+}  // namespace qv

@@ -1,0 +1,107 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <initializer_list>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "channel/Frame.h"
+#include "foundation/Clock.h"
+#include "foundation/RunLoop.h"
+
+// What the tests share: time, folders, plain sockets and a peer of the channel.
+namespace qv::test {
+
+// A clock that moves on by `step` at every reading, so that code which waits
+// by watching the clock sees time pass at full speed. `onReading`, when set,
+// runs at each reading: the world changing while the code under test goes on.
+class SteppingClock final : public Clock {
+public:
+    explicit SteppingClock(Duration step, Duration start = std::chrono::hours(1)) : step_(step), now_(start) {}
+    Duration Now() const override {
+        if (onReading) onReading();
+        return now_ += step_;
+    }
+    std::function<void()> onReading;
+
+private:
+    Duration step_;
+    mutable Duration now_;
+};
+
+// Moves a manual clock forward to `until`, stopping at every timer due on the
+// way, so timers fire in order exactly as they would have in real time.
+void AdvanceTo(RunLoop& loop, ManualClock& clock, Duration until);
+inline void AdvanceBy(RunLoop& loop, ManualClock& clock, Duration by) { AdvanceTo(loop, clock, clock.Now() + by); }
+// Runs passes until `done` holds, waiting at most `limit` of real time; false if it never held.
+bool RunUntil(RunLoop& loop, const std::function<bool()>& done,
+              std::chrono::milliseconds limit = std::chrono::milliseconds(3000));
+
+// A folder under /tmp for one test, removed with everything in it.
+class TempDir {
+public:
+    TempDir();
+    ~TempDir();
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+    const std::string& Path() const { return path_; }
+    std::string File(const std::string& name) const { return path_ + "/" + name; }
+
+private:
+    std::string path_;
+};
+
+// A plain blocking TCP server on 127.0.0.1 with a port the system chose.
+class TcpListener {
+public:
+    TcpListener();
+    ~TcpListener() { StopListening(); }
+    TcpListener(const TcpListener&) = delete;
+    TcpListener& operator=(const TcpListener&) = delete;
+    std::int32_t Port() const { return port_; }
+    // The next connection within `waitMs`; -1 if none came.
+    int Accept(int waitMs = 3000);
+    void StopListening();
+
+private:
+    int fd_ = -1;
+    std::int32_t port_ = 0;
+};
+
+void WriteAll(int fd, const std::string& bytes);
+// What arrives until the peer closes or nothing more comes for `quietMs`.
+std::string ReadAvailable(int fd, int quietMs = 100);
+// Closes with a reset instead of an orderly end.
+void ResetConnection(int fd);
+// A plain local stream socket connected to `path`; -1 on failure.
+int ConnectLocal(const std::string& path);
+
+// A command's text as Quorvane writes it: "name:value" lines ended by CR.
+std::string Command(std::initializer_list<std::pair<std::string, std::string>> fields);
+
+// The other end of the channel, as Quorvane is: a plain local socket that
+// writes frames and reads the assistant's replies, decoded.
+class ChannelPeer {
+public:
+    explicit ChannelPeer(const std::string& path) : fd_(ConnectLocal(path)) {}
+    ~ChannelPeer() { Close(); }
+    ChannelPeer(const ChannelPeer&) = delete;
+    ChannelPeer& operator=(const ChannelPeer&) = delete;
+
+    bool Connected() const { return fd_ >= 0; }
+    // A command's message text, packed and framed.
+    void Send(const std::string& messageText) { SendRaw(std::string(MakeFrame(String(messageText)).Bytes())); }
+    void SendRaw(const std::string& bytes) { WriteAll(fd_, bytes); }
+    // The message texts of the replies that have arrived since the last call.
+    std::vector<std::string> Replies();
+    void Close();
+
+private:
+    int fd_;
+    FrameBuffer received_;
+};
+
+}  // namespace qv::test
