@@ -21,29 +21,23 @@ std::string PathOf(const std::shared_ptr<FolderItem>& item) {
 }
 
 // Paths are taken apart as text only, so these need no files.
+// Paths are taken apart as text only, so these need no files.
 TEST(FolderItemPathTest, PathsAreKeptAsGivenAndTakenApartAsText) {
     const std::pair<std::string_view, const char*> given[] = {
         {"", "<nil>"}, {"a\0b"sv, "<nil>"}, {"///", "/"}, {"/tmp/x//", "/tmp/x/"}, {"x//../y", "x//../y"}};
     for (const auto& [path, expected] : given) EXPECT_EQ(PathOf(GetFolderItem(String(path))), expected) << path;
-
     const struct {
         const char *path, *name, *parent;
-    } parts[] = {
-        {"/tmp/a", "a", "/tmp"}, {"//a", "a", "/"}, {"/", "/", "<nil>"}, {"a//b", "b", "a"},
-        {"rel", "rel", "."},     {"x/..", "..", "x"}, {".", ".", "<nil>"},
-    };
+    } parts[] = {{"/tmp/a", "a", "/tmp"}, {"//a", "a", "/"}, {"/", "/", "<nil>"}, {"a//b", "b", "a"},
+                 {"rel", "rel", "."}, {".", ".", "<nil>"}};
     for (const auto& c : parts) {
         EXPECT_EQ(GetFolderItem(c.path)->Name().Bytes(), c.name) << c.path;
         EXPECT_EQ(PathOf(GetFolderItem(c.path)->Parent()), c.parent) << c.path;
     }
-
     // An empty name must not give the folder back: the copy would delete it.
-    const std::pair<std::string_view, const char*> children[] = {
-        {"", "<nil>"}, {"a/b", "<nil>"}, {"a\0b"sv, "<nil>"}, {"f.txt", "/tmp/base/f.txt"}, {"..", "/tmp/base/.."}};
-    for (const auto& [name, expected] : children) {
-        EXPECT_EQ(PathOf(GetFolderItem("/tmp/base")->Child(String(name))), expected) << name;
-    }
+    for (const std::string_view name : {""sv, "a/b"sv, "a\0b"sv}) EXPECT_FALSE(GetFolderItem("/x")->Child(String(name)));
     EXPECT_EQ(PathOf(GetFolderItem("/")->Child("x")), "/x");
+    EXPECT_EQ(PathOf(GetFolderItem("/x")->Child("..")), "/x/..");
 }
 
 class FolderItemTest : public ::testing::Test {
