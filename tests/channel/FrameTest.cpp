@@ -68,7 +68,7 @@ TEST(FrameTest, PackedMessagesCarrySizeModulo2To24LowestByteFirstAndAnyBytes) {
     const std::pair<std::size_t, std::string> prefixes[] = {
         {0, std::string("\x00\x00\x00", 3)},       {47, std::string("\x2F\x00\x00", 3)},
         {65536, std::string("\x00\x00\x01", 3)},   {0xFF00FF, std::string("\xFF\x00\xFF", 3)},
-        {16777217, std::string("\x01\x00\x00", 3)},
+        {16842753, std::string("\x01\x00\x01", 3)},
     };
     for (const auto& [size, prefix] : prefixes) {
         const std::string text(size, 'q');

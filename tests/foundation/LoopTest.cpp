@@ -85,6 +85,7 @@ TEST_F(LoopTest, APassRunsReadyWatchesThenCallsPostedBeforeItAndSurvivesExceptio
     });
     loop.Post([&] { order += 'X'; });
     loop.Run();
+    EXPECT_TRUE(loop.IsQuitting());
     EXPECT_EQ(order, "wabc");
     EXPECT_EQ(loop.ExitStatus(), 0);
     EXPECT_EQ(logged.size(), 1u);

@@ -147,6 +147,7 @@ TEST(TextTest, NumbersToTextAndBack) {
     // Beyond double's range the magnitude decides, however many digits it takes.
     EXPECT_EQ(Val(String("1" + std::string(400, '0'))), HUGE_VAL);
     EXPECT_EQ(Val(String("0." + std::string(400, '0') + "1e500")), 1e99);
+    EXPECT_EQ(Val(String("0." + std::string(400, '0') + "1e50")), 0.0);
 
     const struct {
         double value;

@@ -149,6 +149,9 @@ TEST(InternetHeadersTest, FormattersWriteHttpInTableOrderAndMailInItsFixedOrder)
     headers.SetHeader("Y", "after gap", 2);
     EXPECT_TRUE(headers._FormatEmailHeaders().Bytes().ends_with("To: t, t2\r\nCC: c1, c2\r\nX: 1\r\nY: after gap"));
     EXPECT_EQ(InternetHeaders()._FormatHTTPHeaders().Bytes(), "");
+    InternetHeaders one;
+    one.AppendHeader("to", "a");
+    EXPECT_EQ(one._FormatEmailHeaders().Bytes(), "To: a");
 }
 
 }  // namespace

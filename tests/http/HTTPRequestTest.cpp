@@ -33,12 +33,12 @@ TEST_F(HTTPRequestTest, ASocketSendsExactlyTheseBytesFromOneRequestToTheNext) {
         std::function<void()> start;
         std::string expected;
     } cases[] = {
-        {"GET", [&] { http.Get(String(Url("/a/b?x=1"))); }, "GET /a/b?x=1 HTTP/1.0\r\n" + common + "\r\n"},
-        {"HEAD", [&] { http.GetHeaders(String(Url())); }, "HEAD / HTTP/1.0\r\n" + common + "\r\n"},
-        {"POST", [&] { http.SetPostContent("a=1&b=2", "x/y"), http.Post(String(Url("/news"))); },
+        {"POST from a new socket", [&] { http.SetPostContent("a=1&b=2", "x/y"), http.Post(String(Url("/news"))); },
          "POST /news HTTP/1.0\r\n" + common + "Content-type: x/y\r\nContent-length: 7\r\n\r\na=1&b=2"},
         {"a POST again keeps its body", [&] { http.Post(String(Url("/news"))); },
          "POST /news HTTP/1.0\r\n" + common + "Content-type: x/y\r\nContent-length: 7\r\n\r\na=1&b=2"},
+        {"GET", [&] { http.Get(String(Url("/a/b?x=1"))); }, "GET /a/b?x=1 HTTP/1.0\r\n" + common + "\r\n"},
+        {"HEAD", [&] { http.GetHeaders(String(Url())); }, "HEAD / HTTP/1.0\r\n" + common + "\r\n"},
         {"a GET wipes the body and its headers, and no escaping", [&] { http.Get(String(Url("/a b"))); },
          "GET /a b HTTP/1.0\r\n" + common + "\r\n"},
         {"so a POST after it goes out empty", [&] { http.Post(String(Url())); },
@@ -58,6 +58,8 @@ TEST_F(HTTPRequestTest, ASocketSendsExactlyTheseBytesFromOneRequestToTheNext) {
 }
 
 TEST_F(HTTPRequestTest, URLsAreTakenApartByTheFixedRule) {
+    ASSERT_TRUE(http.GetRequestHeaders());
+    EXPECT_EQ(http.GetRequestHeaders()->_FormatHTTPHeaders().Bytes(), "Accept: */*\r\nAccept-Language: en");
     http.Get("scheme://host/a");
     EXPECT_EQ(http.Port(), 80) << "HTTP's own port unless another is set";
     http.DefaultPort = 8081;
