@@ -4,6 +4,7 @@
 #include <csignal>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "foundation/DebugLog.h"
@@ -115,24 +116,18 @@ TEST_F(LoopTest, TimersFireNeverOnceOrEveryPeriodInOrderOfTheirDueTime) {
     test::AdvanceBy(loop, clock, seconds(60));
     EXPECT_EQ(modeInAction, Timer::ModeOff);
     // Switched off while due but not yet delivered: it never fires.
-    Timer off(loop);
-    off.SetPeriod(100);
-    off.SetMode(Timer::ModeMultiple);
-    clock.Advance(milliseconds(150));
-    off.SetMode(Timer::ModeOff);
-    EXPECT_EQ(FiringsAt(off, {seconds(5)}), (std::vector<int>{0}));
+    watchdog.SetMode(Timer::ModeMultiple);
+    clock.Advance(seconds(61));
+    watchdog.SetMode(Timer::ModeOff);
+    EXPECT_EQ(FiringsAt(watchdog, {seconds(200)}), (std::vector<int>{0}));
 
     std::string order;
     Timer slow(loop), fast(loop), mid(loop);
-    slow.SetPeriod(3000);
-    fast.SetPeriod(1000);
-    mid.SetPeriod(2000);
-    slow.onAction = [&] { order += 's'; };
-    fast.onAction = [&] { order += 'f'; };
-    mid.onAction = [&] { order += 'm'; };
-    slow.SetMode(Timer::ModeSingle);
-    mid.SetMode(Timer::ModeMultiple);
-    fast.SetMode(Timer::ModeMultiple);
+    for (auto [timer, period, mark] : {std::tuple{&slow, 3000, 's'}, {&mid, 2000, 'm'}, {&fast, 1000, 'f'}}) {
+        timer->SetPeriod(period);
+        timer->onAction = [&order, mark = mark] { order += mark; };
+        timer->SetMode(mark == 's' ? Timer::ModeSingle : Timer::ModeMultiple);
+    }
     test::AdvanceBy(loop, clock, milliseconds(4500));
     EXPECT_EQ(order, "fmfsfmf");
     clock.Advance(milliseconds(500));

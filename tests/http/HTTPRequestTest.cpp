@@ -4,8 +4,6 @@
 #include <functional>
 #include <string>
 
-#include "foundation/Base64.h"
-#include "http/PageBuffer.h"
 #include "support/HttpFixture.h"
 
 namespace qv {
@@ -88,61 +86,6 @@ TEST_F(HTTPRequestTest, FormsEncodeInDictionaryOrderWithTheFixedEscapes) {
     };
     for (const auto& [form, encoded] : cases) EXPECT_EQ(http.EncodeFormData(&form).Bytes(), encoded);
     EXPECT_THROW(http.EncodeFormData(nullptr), NilObjectException);
-}
-
-TEST_F(HTTPRequestTest, A401IsRepeatedOnceWithWrappedCredentialsThatAreThenForgotten) {
-    const std::string challenge = "HTTP/1.0 401 Unauthorized\r\nWWW-Authenticate: Basic realm=\"x\"\r\n\r\nno";
-    int asked = 0;
-    http.events.AuthenticationRequired = [&](const HTTPSocket::Headers& headers, String& name, String& password) {
-        EXPECT_EQ(headers->Value("WWW-Authenticate").Bytes(), "Basic realm=\"x\"");
-        name = String(std::string(40, 'n'));
-        password = String(std::string(20, 'p'));  // 61 bytes joined: more than one line of 76
-        return ++asked == 1;
-    };
-    http.Get(String(Url("/p")));
-    std::string first, second, third;
-    const int challenged = Serve(&first);
-    test::WriteAll(challenged, challenge);
-    const int answer = Serve(&second);
-    close(challenged);
-    test::WriteAll(answer, "HTTP/1.0 200 OK\r\n\r\nwelcome");
-    close(answer);
-    ASSERT_TRUE(WaitFor("page"));
-    EXPECT_EQ(first.find("Authorization"), std::string::npos);
-    const std::string credentials(EncodeBase64(String(std::string(40, 'n') + ":" + std::string(20, 'p')), 76).Bytes());
-    EXPECT_NE(second.find("\r\nAuthorization: Basic " + credentials + "\r\n"), std::string::npos) << second;
-    EXPECT_EQ(events, (std::vector<std::string>{"connected", "connected", "headers 200", "progress 7/0 welcome",
-                                                "page " + Url("/p") + " 200 [welcome]"}))
-        << "the 401 itself raises nothing";
-
-    // Used in one request only; a No makes the 401 an ordinary page.
-    events.clear();
-    http.Get(String(Url("/again")));
-    const int again = Serve(&third);
-    test::WriteAll(again, challenge);
-    close(again);
-    ASSERT_TRUE(WaitFor("page"));
-    EXPECT_EQ(third.find("Authorization"), std::string::npos);
-    EXPECT_EQ(events.back(), "page " + Url("/again") + " 401 [no]");
-}
-
-TEST(PageBufferTest, KeepsEveryByteAcrossGrowthsReadsAndClears) {
-    PageBuffer buffer;
-    std::string expected;
-    String early;
-    for (std::size_t i = 0; i < 2000; ++i) {
-        const std::string piece(1 + (i * 7919) % 5000, static_cast<char>('a' + i % 26));
-        buffer.Append(String(piece));
-        expected += piece;
-        if (i == 30) early = buffer.Text();  // read, then grown again
-    }
-    EXPECT_EQ(buffer.Size(), expected.size());
-    EXPECT_TRUE(buffer.Text().Bytes() == expected && buffer.Text().Bytes() == expected);
-    EXPECT_TRUE(early.Bytes() == expected.substr(0, early.Size()));
-    buffer.Clear();
-    EXPECT_TRUE(buffer.Text().IsEmpty());
-    buffer.Append("next");
-    EXPECT_EQ(buffer.Text().Bytes(), "next");
 }
 
 }  // namespace

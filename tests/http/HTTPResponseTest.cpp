@@ -52,6 +52,9 @@ TEST_F(HTTPResponseTest, TheServersCloseEndsThePageWhereverItsBlockEnded) {
         {"CR LF lines ending LF LF", {"HTTP/1.0 201 Created\r\nA: 1\n\nbody"},
          {"connected", "headers 201", "progress 4/0 body", Page("201 [body]")}},
         {"CR CR", {"HTTP/1.0 202 OK\rA: 1\r\rbody"}, {"connected", "headers 202", "progress 4/0 body", Page("202 [body]")}},
+        // With no one to give credentials, a 401 is a page like any other.
+        {"401", {"HTTP/1.0 401 Unauthorized\r\nWWW-Authenticate: Basic realm=\"x\"\r\n\r\nno"},
+         {"connected", "headers 401", "progress 2/0 no", Page("401 [no]")}},
     };
     for (const auto& c : cases) EXPECT_EQ(Exchange(c.pieces), c.expected) << c.what;
 

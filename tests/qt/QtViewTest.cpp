@@ -73,18 +73,5 @@ TEST_F(QtViewTest, TheWindowItsLogAndItsMenus) {
     EXPECT_TRUE(loop.IsQuitting());
 }
 
-TEST_F(QtViewTest, TheLogFieldKeepsTheLogsArithmetic) {
-    auto& field = window.ControlNamed<EditField>("InputField");
-    test::ChannelPeer peer(dir.File("qvipc"));
-    ASSERT_TRUE(test::RunUntil(loop, [&] { return Log().toPlainText().endsWith("Connected to Quorvane..."); }));
-    EXPECT_EQ(field.Text().Bytes(), "\rConnecting to Quorvane...\rConnected to Quorvane...");
-    EXPECT_EQ(field.LineNumAtCharPos(1000), 2);
-    EXPECT_EQ(field.LineNumAtCharPos(0), 0);
-    field.SetScrollPosition(-4);
-    EXPECT_EQ(Log().verticalScrollBar()->value(), 0);
-    field.SetSelStart(32767);
-    EXPECT_EQ(Log().textCursor().position(), Log().toPlainText().size());
-}
-
 }  // namespace
 }  // namespace qv
