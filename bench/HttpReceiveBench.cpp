@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "Inputs.h"
-#include "support/NginxServer.h"
+#include "NginxServer.h"
 #include "foundation/Clock.h"
 #include "foundation/RunLoop.h"
 #include "http/HTTPSocket.h"

@@ -1,4 +1,4 @@
-#include "support/NginxServer.h"
+#include "NginxServer.h"
 
 #include <signal.h>
 #include <spawn.h>

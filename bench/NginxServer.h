@@ -8,7 +8,7 @@
 
 namespace qv::test {
 
-// A real nginx on 127.0.0.1, on a free port, with its configuration, logs and
+// The peer of the receive benchmark: a real nginx on 127.0.0.1, on a free port, with its configuration, logs and
 // document root in a temporary folder of its own, in the foreground as one
 // process. Throws std::runtime_error when it cannot start.
 class NginxServer {

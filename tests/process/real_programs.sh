@@ -1,0 +1,112 @@
+#!/usr/bin/env bash
+# The real qvassistant and qvctl, in what only real processes show: start-up,
+# the socket's mode, the end with the peer or by a signal, a stale or a lost
+# display, qvctl's exit codes, one fetch from a real nginx and one copy that
+# Ctrl-C aborts. It runs in a mount namespace of its own with an empty /tmp,
+# so the machine's /tmp/qvipc is never touched; exits 77 (skipped) where no
+# namespace can be made.
+set -euo pipefail
+assistant=$1 qvctl=$2
+if [ -z "${QV_PRIVATE_TMP:-}" ]; then
+  private=(unshare --mount)
+  [ "$(id -u)" -eq 0 ] || private=(unshare --user --map-root-user --mount)
+  "${private[@]}" true 2>/dev/null || { echo "no private /tmp can be made: skipped"; exit 77; }
+  exec env QV_PRIVATE_TMP=1 "${private[@]}" bash -c 'mount -t tmpfs tmpfs /tmp && exec bash "$0" "$@"' "$0" "$@"
+fi
+channel=/tmp/qvipc
+work=$(mktemp -d /tmp/qvtest.XXXXXX)
+pids=()
+trap 'for p in "${pids[@]}"; do kill -9 "$p" 2>/dev/null || true; done' EXIT
+fail() { echo "FAILED: $*"; exit 1; }
+wait_for() { for _ in $(seq 100); do eval "$1" && return 0; sleep 0.05; done; fail "$2"; }
+# Holds the channel open and silent until killed, as Quorvane does between commands.
+peer() { python3 -c 'import socket, time; s = socket.socket(socket.AF_UNIX); s.connect("/tmp/qvipc"); time.sleep(60)' & pids+=($!); peer_pid=$!; }
+start() {
+  "$assistant" 2>"$work/err" & pids+=($!); assistant_pid=$!
+  wait_for '[ -S $channel ]' "no socket at $channel"
+}
+ends_with_zero() {
+  for _ in $(seq 100); do kill -0 "$assistant_pid" 2>/dev/null || break; sleep 0.05; done
+  local status=0
+  wait "$assistant_pid" || status=$?
+  [ "$status" = 0 ] || fail "exit status $status after $1"
+  [ ! -e $channel ] || fail "socket file left behind after $1"
+}
+
+# A stale DISPLAY (a closed SSH forwarding) leaves it headless, not aborted.
+DISPLAY=:87 start
+[ "$(stat -c %a $channel)" = 600 ] || fail "socket mode $(stat -c %a $channel)"
+sleep 0.3
+kill -0 "$assistant_pid" || fail "ended without a peer"
+peer
+wait_for 'grep -q "Connected to Quorvane" $work/err' "no peer logged"
+[ "$(cat "$work/err")" = $'Connecting to Quorvane...\nConnected to Quorvane...' ] || fail "log: $(cat "$work/err")"
+kill "$peer_pid"
+ends_with_zero "its peer left"
+[ "$(ls -A /tmp)" = "$(basename "$work")" ] || fail "left in /tmp: $(ls -A /tmp)"
+start
+kill -TERM "$assistant_pid"
+ends_with_zero "SIGTERM"
+
+# qvctl: 3 without an assistant; the status report from a real one, which ends when qvctl leaves.
+status=0
+"$qvctl" status >"$work/out" 2>&1 || status=$?
+[ "$status" = 3 ] && [ "$(cat "$work/out")" = "qvctl: cannot reach the assistant at /tmp/qvipc" ] || fail "no assistant: $status"
+start
+[ "$("$qvctl" status | od -c)" = "$(printf 'Response: Status\r\nStatus: Ready\r\nHTTPError: \r\n' | od -c)" ] || fail "status"
+ends_with_zero "qvctl left"
+
+# One page from a real nginx, byte for byte, and exit 4 for a refused fetch.
+port=$(python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')
+mkdir -p "$work/www"
+printf '\x89PNG\0\r\n\r\n\x7f\xfe end' >"$work/www/data.bin"
+cat >"$work/nginx.conf" <<EOF
+daemon off; master_process off; pid $work/nginx.pid; error_log $work/nginx.log;
+events {}
+http { access_log off; client_body_temp_path $work; proxy_temp_path $work; fastcgi_temp_path $work;
+       uwsgi_temp_path $work; scgi_temp_path $work; server { listen 127.0.0.1:$port; root $work/www; } }
+EOF
+/usr/sbin/nginx -p "$work/" -c "$work/nginx.conf" -e "$work/nginx.log" & pids+=($!)
+wait_for '[ -s $work/nginx.pid ]' "nginx did not start"
+start
+"$qvctl" get --wait 15 "http://127.0.0.1:$port/data.bin" >"$work/page" 2>"$work/report" || fail "get: $?"
+cmp -s "$work/page" "$work/www/data.bin" || fail "the page differs"
+[ "$(head -n 4 "$work/report")" = $'Response: GetPageURL\r\nHTTPURL: http://127.0.0.1:'$port$'/data.bin\r\nHTTPStatus: 200\r\nHTTPError: 0\r' ] ||
+  fail "report: $(cat "$work/report")"
+grep -q $'^Content-Length: '"$(stat -c %s "$work/www/data.bin")"$'\r$' "$work/report" || fail "no length in the report"
+ends_with_zero "the fetch"
+start
+status=0
+"$qvctl" get --wait 15 "http://127.0.0.1:1/" 2>"$work/report" || status=$?
+[ "$status" = 4 ] && [ "$(cat "$work/report")" = $'HTTPError: 102\r' ] || fail "refused fetch: $status"
+ends_with_zero "the refused fetch"
+
+# Ctrl-C aborts a copy of a sparse 8 GiB file, and the destination goes.
+truncate -s 8G "$work/sparse.bin"
+before=$(stat -c %s.%Y "$work/sparse.bin")
+start
+"$qvctl" copy --md5 abort-me "$work/sparse.bin" "$work" big.bin >"$work/copy" 2>&1 & copy_pid=$!
+wait_for 'grep -q "Status: InProgress" $work/copy' "no progress report"
+kill -INT "$copy_pid"
+status=0
+wait "$copy_pid" || status=$?
+[ "$status" = 6 ] || fail "copy exit status $status"
+[[ "$(cat "$work/copy")" == *$'Response: CopyFile\r\nSrcFileInfoMD5: abort-me\r\nStatus: Abort\r\nHTTPError: \r' ]] ||
+  fail "no abort report"
+[ ! -e "$work/big.bin" ] && [ "$(stat -c %s.%Y "$work/sparse.bin")" = "$before" ] || fail "files after the abort"
+ends_with_zero "the copy"
+
+# A real display that goes away while a peer is connected: Qt ends the
+# process, and it ends as Quit(0) does.
+if command -v Xvfb >/dev/null && [ -n "${QV_WITH_QT:-}" ]; then
+  exec 4<> <(:)
+  Xvfb -displayfd 4 -screen 0 640x480x24 -nolisten tcp >/dev/null 2>&1 & pids+=($!); xvfb_pid=$!
+  read -r -t 10 display <&4 || fail "Xvfb did not start"
+  DISPLAY=":$display" start
+  peer
+  sleep 0.5
+  ! grep -q "Connecting to Quorvane" "$work/err" || fail "headless on a real display"
+  kill "$xvfb_pid"
+  ends_with_zero "the loss of the display"
+fi
+echo "process tests passed"
