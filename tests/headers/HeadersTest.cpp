@@ -76,53 +76,40 @@ TEST(InternetHeadersTest, RepeatedNamesByNameByIndexAndByPosition) {
     EXPECT_THROW(headers.Name(4), OutOfBoundsException);
 }
 
-TEST(InternetHeadersTest, SettingAndDeletingKeepTheNumberingRules) {
+TEST(InternetHeadersTest, SettingDeletingAndAppendingKeepTheNumberingRules) {
+    using Change = void (*)(InternetHeaders&);
     const struct {
         const char* what;
-        void (*change)(InternetHeaders&);
+        Change change;
         Entries walk;
-        std::string csv;
+        std::string csv, keyOfAnAppend;  // an append takes the lowest free number
     } cases[] = {
-        {"set without index: one value", [](InternetHeaders& h) { h.SetHeader("a", "9"); }, {{"B", "2"}, {"a", "9"}}, "9"},
+        {"nothing", [](InternetHeaders&) {}, {{"A", "1"}, {"B", "2"}, {"A", "3"}, {"A", "4"}}, "1, 3, 4", "A:3"},
+        {"set without index: one value", [](InternetHeaders& h) { h.SetHeader("a", "9"); }, {{"B", "2"}, {"a", "9"}}, "9",
+         "A:1"},
         {"set index 0: the first only", [](InternetHeaders& h) { h.SetHeader("A", "x", 0); },
-         {{"A", "x"}, {"B", "2"}, {"A", "3"}, {"A", "4"}}, "x, 3, 4"},
+         {{"A", "x"}, {"B", "2"}, {"A", "3"}, {"A", "4"}}, "x, 3, 4", "A:3"},
         {"set beyond the end: a gap NameCount stops at", [](InternetHeaders& h) { h.SetHeader("A", "x", 5); },
-         {{"A", "1"}, {"B", "2"}, {"A", "3"}, {"A", "4"}, {"A", "x"}}, "1, 3, 4"},
+         {{"A", "1"}, {"B", "2"}, {"A", "3"}, {"A", "4"}, {"A", "x"}}, "1, 3, 4", "A:3"},
         {"a negative index is a suffix of its own", [](InternetHeaders& h) { h.SetHeader("A", "x", -1); },
-         {{"A", "1"}, {"B", "2"}, {"A", "3"}, {"A", "4"}, {"A", "x"}}, "1, 3, 4"},
-        {"delete index 0 moves the later ones down, under the name as given", [](InternetHeaders& h) { h.Delete("a", 0); },
-         {{"B", "2"}, {"a", "3"}, {"a", "4"}}, "3, 4"},
+         {{"A", "1"}, {"B", "2"}, {"A", "3"}, {"A", "4"}, {"A", "x"}}, "1, 3, 4", "A:3"},
+        {"delete index 0: the later ones move down, under the name as given", [](InternetHeaders& h) { h.Delete("a", 0); },
+         {{"B", "2"}, {"a", "3"}, {"a", "4"}}, "3, 4", "A:2"},
         {"delete a missing index changes nothing", [](InternetHeaders& h) { h.Delete("A", 3); },
-         {{"A", "1"}, {"B", "2"}, {"A", "3"}, {"A", "4"}}, "1, 3, 4"},
-        {"delete the name stops at a gap", [](InternetHeaders& h) { h.SetHeader("A", "behind", 4); h.Delete("A"); },
-         {{"B", "2"}, {"A", "behind"}}, ""},
+         {{"A", "1"}, {"B", "2"}, {"A", "3"}, {"A", "4"}}, "1, 3, 4", "A:3"},
+        {"a freed index is taken again", [](InternetHeaders& h) { h.Delete("A", 2), h.SetHeader("A", "x", 5); },
+         {{"A", "1"}, {"B", "2"}, {"A", "3"}, {"A", "x"}}, "1, 3", "A:2"},
+        {"delete the name stops at a gap", [](InternetHeaders& h) { h.SetHeader("A", "behind", 4), h.Delete("A"); },
+         {{"B", "2"}, {"A", "behind"}}, "", "A"},
+        {"the table emptied", [](InternetHeaders& h) { h.DeleteAllHeaders(); }, {}, "", "A"},
     };
     for (const auto& c : cases) {
         InternetHeaders headers = ThreeOfA();
         c.change(headers);
         EXPECT_EQ(Walk(headers), c.walk) << c.what;
         EXPECT_EQ(headers.CommaSeparatedValues("A").Bytes(), c.csv) << c.what;
-    }
-}
-
-TEST(InternetHeadersTest, AnAppendTakesTheLowestFreeNumberAfterAnyDelete) {
-    const struct {
-        const char* what;
-        void (*change)(InternetHeaders&);
-        std::string keyOfTheAppend;
-    } cases[] = {
-        {"nothing deleted", [](InternetHeaders&) {}, "A:3"},
-        {"all deleted", [](InternetHeaders& h) { h.Delete("a"); }, "A"},
-        {"one moved down", [](InternetHeaders& h) { h.Delete("A", 1); }, "A:2"},
-        {"one index freed", [](InternetHeaders& h) { h.Delete("A", 2); h.SetHeader("A", "x", 5); }, "A:2"},
-        {"all replaced", [](InternetHeaders& h) { h.SetHeader("A", "only"); }, "A:1"},
-        {"the table emptied", [](InternetHeaders& h) { h.DeleteAllHeaders(); }, "A"},
-    };
-    for (const auto& c : cases) {
-        InternetHeaders headers = ThreeOfA();
-        c.change(headers);
         headers.AppendHeader("A", "new");
-        EXPECT_EQ(headers.Value(String(c.keyOfTheAppend)).Bytes(), "new") << c.what;
+        EXPECT_EQ(headers.Value(String(c.keyOfAnAppend)).Bytes(), "new") << c.what;
     }
     std::string text;
     for (int i = 0; i < 100'000; ++i) text += "X: " + std::to_string(i) + "\r\n";
