@@ -33,6 +33,7 @@ TEST(FolderItemTest, PathsStreamsAndKindsOfFiles) {
     EXPECT_EQ(item("big")->Length(), bytes.size()) << "a closed stream writes nothing";
     const auto in = item("big")->OpenAsBinaryFile(false);
     std::string read(in->Read(1).Bytes());
+    EXPECT_EQ(read, "1");
     read += in->Read(2 * 1024 * 1024 - 1).Bytes();
     EXPECT_FALSE(in->EndOfFile());
     read += in->Read(100).Bytes();

@@ -8,10 +8,10 @@
 set -euo pipefail
 assistant=$1 qvctl=$2
 if [ -z "${QV_PRIVATE_TMP:-}" ]; then
-  private=(unshare --mount)
-  [ "$(id -u)" -eq 0 ] || private=(unshare --user --map-root-user --mount)
+  private=(unshare --mount) who=root
+  [ "$(id -u)" -eq 0 ] || private=(unshare --user --map-root-user --mount) who=user
   "${private[@]}" true 2>/dev/null || { echo "no private /tmp can be made: skipped"; exit 77; }
-  exec env QV_PRIVATE_TMP=1 "${private[@]}" bash -c 'mount -t tmpfs tmpfs /tmp && exec bash "$0" "$@"' "$0" "$@"
+  exec env QV_PRIVATE_TMP=$who "${private[@]}" bash -c 'mount -t tmpfs tmpfs /tmp && exec bash "$0" "$@"' "$0" "$@"
 fi
 channel=/tmp/qvipc
 work=$(mktemp -d /tmp/qvtest.XXXXXX)
@@ -38,6 +38,13 @@ DISPLAY=:87 start
 [ "$(stat -c %a $channel)" = 600 ] || fail "socket mode $(stat -c %a $channel)"
 sleep 0.3
 kill -0 "$assistant_pid" || fail "ended without a peer"
+# A peer of another user (only a real root can be one) is refused without a
+# word, even where the file lets it in.
+if [ "$QV_PRIVATE_TMP" = root ]; then
+  chmod 666 $channel
+  [ "$(setpriv --reuid=65534 --regid=65534 --clear-groups /usr/bin/python3 -c 'import socket; s = socket.socket(socket.AF_UNIX)
+s.connect("/tmp/qvipc"); s.settimeout(3); print(s.recv(1) or "closed")')" = closed ] || fail "another user's peer was heard"
+fi
 peer
 wait_for 'grep -q "Connected to Quorvane" $work/err' "no peer logged"
 [ "$(cat "$work/err")" = $'Connecting to Quorvane...\nConnected to Quorvane...' ] || fail "log: $(cat "$work/err")"
