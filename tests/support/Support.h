@@ -16,8 +16,8 @@
 namespace qv::test {
 
 // A clock that moves on by `step` at every reading, so that code which waits
-// by watching the clock sees time pass at full speed. `onReading`, when set,
-// runs at each reading: the world changing while the code under test goes on.
+// by watching the clock sees time pass at full speed. `onReading` runs at
+// each reading: the world changing while the code under test goes on.
 class SteppingClock final : public Clock {
 public:
     explicit SteppingClock(Duration step, Duration start = std::chrono::hours(1)) : step_(step), now_(start) {}
@@ -32,11 +32,11 @@ private:
     mutable Duration now_;
 };
 
-// Moves a manual clock forward to `until`, stopping at every timer due on the
-// way, so timers fire in order exactly as they would have in real time.
+// Moves a manual clock to `until`, stopping at every timer due on the way, so
+// timers fire in order as they would in real time.
 void AdvanceTo(RunLoop& loop, ManualClock& clock, Duration until);
 inline void AdvanceBy(RunLoop& loop, ManualClock& clock, Duration by) { AdvanceTo(loop, clock, clock.Now() + by); }
-// Runs passes until `done` holds, waiting at most `limit` of real time; false if it never held.
+// Runs passes until `done` holds, waiting at most `limit` of real time.
 bool RunUntil(RunLoop& loop, const std::function<bool()>& done,
               std::chrono::milliseconds limit = std::chrono::milliseconds(3000));
 
@@ -90,8 +90,6 @@ public:
     ~ChannelPeer() { Close(); }
     ChannelPeer(const ChannelPeer&) = delete;
     ChannelPeer& operator=(const ChannelPeer&) = delete;
-
-    bool Connected() const { return fd_ >= 0; }
     // A command's message text, packed and framed.
     void Send(const std::string& messageText) { SendRaw(std::string(MakeFrame(String(messageText)).Bytes())); }
     void SendRaw(const std::string& bytes) { WriteAll(fd_, bytes); }
