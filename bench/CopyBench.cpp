@@ -20,9 +20,9 @@
 #include <vector>
 
 #include "CopyFiles.h"
-#include "channel/Frame.h"
 #include "foundation/IPCSocket.h"
-#include "qvctl/Command.h"
+#include "protocol/CommandText.h"
+#include "protocol/Frame.h"
 #include "qvctl/CopyCommand.h"
 #include "shell/HeadlessView.h"
 #include "shell/RSSDownloadWindow.h"
@@ -129,7 +129,7 @@ private:
 std::string CopyCommandText(const std::string& source, std::uint64_t size, const std::string& folder,
                             const std::string& name) {
     const ctl::LocalCopy copy{{source, folder, name}, static_cast<std::int64_t>(size)};
-    return std::string(ctl::CommandText(ctl::CopyFileFields(copy, Ticks(SystemClock()))).Bytes());
+    return std::string(CommandText(ctl::CopyFileFields(copy, Ticks(SystemClock()))).Bytes());
 }
 
 std::size_t ProgressReports(const std::vector<std::string>& replies, const std::string& expectedEnd) {

@@ -14,8 +14,8 @@
 
 #include "ChannelRig.h"
 #include "Inputs.h"
-#include "channel/Frame.h"
 #include "foundation/Base64.h"
+#include "protocol/Frame.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include <string_view>
 
 #include "Inputs.h"
-#include "channel/Frame.h"
+#include "protocol/Frame.h"
 
 namespace {
 
@@ -24,8 +24,8 @@ const std::string& SmallFrames(std::size_t count) {
     std::string& stream = made[count];
     if (stream.empty()) {
         for (std::size_t i = 0; i < count; ++i) {
-            const std::string command =
-                "Command\rGetPageURL\rGetPageURL\rhttp://news.example.org/story/" + std::to_string(i) + ".html";
+            const std::string command = "Command\rGetPageURL\rGetPageURL\rhttp://news.example.org/story/" +
+                                        std::to_string(i) + ".html";
             stream += qv::MakeFrame(qv::String(command)).Bytes();
         }
     }

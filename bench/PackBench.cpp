@@ -11,7 +11,7 @@
 #include <string_view>
 
 #include "Inputs.h"
-#include "channel/Frame.h"
+#include "protocol/Frame.h"
 
 namespace {
 
@@ -79,7 +79,8 @@ void BM_ZlibUncompress(benchmark::State& state) {
     std::string out(kMessageBytes, '\0');
     for (auto _ : state) {
         uLongf size = out.size();
-        if (uncompress(reinterpret_cast<Bytef*>(out.data()), &size, reinterpret_cast<const Bytef*>(compressed.data()),
+        if (uncompress(reinterpret_cast<Bytef*>(out.data()), &size,
+                       reinterpret_cast<const Bytef*>(compressed.data()),
                        static_cast<uLong>(compressed.size())) != Z_OK) {
             state.SkipWithError("uncompress failed");
         }

@@ -9,9 +9,9 @@
 #include <optional>
 #include <string_view>
 
-#include "channel/Frame.h"
-#include "channel/PayloadCodec.h"
 #include "foundation/Base64.h"
+#include "protocol/Frame.h"
+#include "protocol/PayloadCodec.h"
 
 namespace {
 

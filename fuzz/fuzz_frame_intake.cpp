@@ -14,11 +14,13 @@
 #include <string_view>
 #include <vector>
 
-#include "channel/Frame.h"
+#include "protocol/Frame.h"
 
 namespace {
 
-char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+char Lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
 
 // The first offset at which `marker` stands in `bytes`, ASCII letter case
 // ignored, found by trying every offset in turn.
@@ -70,7 +72,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::vector<std::string> payloads;
     for (std::size_t at = 0, piece = 0; at < stream.size(); ++piece) {
         const std::size_t length =
-            pieceSizes.empty() ? stream.size() : static_cast<unsigned char>(pieceSizes[piece % pieceSizes.size()]) + 1u;
+            pieceSizes.empty() ? stream.size()
+                               : static_cast<unsigned char>(pieceSizes[piece % pieceSizes.size()]) + 1u;
         buffer.Append(stream.substr(at, length));
         at += std::min(length, stream.size() - at);
         while (const std::optional<qv::String> payload = buffer.TakeFrame()) {

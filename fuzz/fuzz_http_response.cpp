@@ -1,7 +1,7 @@
 // Whatever a server sends back, in whatever pieces, and however it ends the
-// connection, HTTPSocket keeps the rules of response handling. A real loopback
-// connection carries the bytes, so the socket layer's event order is tested
-// with it.
+// connection, HTTPSocket keeps the rules of response handling. A socket pair
+// stands in for the TCP connection, so the socket layer's events and their
+// order are the real ones, without a connect or an accept for each input.
 //
 // Input: byte 0 holds in bits 0 to 2 how many piece sizes follow (0 to 7) and
 // in bit 3 whether the server resets the connection instead of closing it;
@@ -9,7 +9,8 @@
 // bytes and the end arrive together; each size byte, plus one, is the length
 // of a piece, used in turn; the rest is the response. With no sizes the
 // response goes in one piece. The server reads the whole request before it
-// answers, and the loop makes one pass between pieces.
+// answers, unless it resets: closing a local socket with the request unread is
+// a reset. The loop makes one pass between pieces.
 //
 // Checked, whatever the timing (S is the response):
 //  - Connected comes, and Error never does: the end of a connection that
@@ -31,14 +32,12 @@
 //    so a page comes exactly when S is empty or holds one of the terminators;
 //    when none does, Connected is the only event.
 
-#include <netinet/in.h>
-#include <poll.h>
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -53,12 +52,6 @@
 #include "http/HTTPSocket.h"
 
 namespace {
-
-using namespace std::chrono_literals;
-
-// Far more than any loopback event needs on a loaded machine; only a socket
-// that never reports what it must runs into it.
-constexpr auto kPatience = 5s;
 
 constexpr std::array<std::string_view, 3> kTerminators = {"\n\n", "\r\r", "\r\n\r\n"};
 
@@ -84,44 +77,11 @@ Input ParseInput(const std::uint8_t* data, std::size_t size) {
     return input;
 }
 
-// A blocking listener on 127.0.0.1 at a port the system chose, kept for the
-// whole run.
-class Listener {
-public:
-    Listener() {
-        fd_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof address;
-        Check(fd_ >= 0 && bind(fd_, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
-              listen(fd_, 16) == 0 && getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &length) == 0);
-        port_ = ntohs(address.sin_port);
-    }
-    int Port() const { return port_; }
-    // The connection that the client has just made.
-    int Accept() const {
-        pollfd ready{fd_, POLLIN, 0};
-        Check(poll(&ready, 1, static_cast<int>(std::chrono::milliseconds(kPatience).count())) == 1);
-        const int fd = accept4(fd_, nullptr, nullptr, SOCK_CLOEXEC);
-        Check(fd >= 0);
-        return fd;
-    }
-
-private:
-    int fd_ = -1;
-    int port_ = 0;
-};
-
 // Reads until the request's blank line has come, so that an orderly close
 // leaves nothing unread on the server's side (which would make it a reset).
 void ReadRequest(int fd) {
     std::string request;
-    const auto deadline = std::chrono::steady_clock::now() + kPatience;
     while (request.find("\r\n\r\n") == std::string::npos) {
-        pollfd ready{fd, POLLIN, 0};
-        Check(std::chrono::steady_clock::now() < deadline && poll(&ready, 1, 10) >= 0);
-        if (ready.revents == 0) continue;
         char buffer[4096];
         const ssize_t got = recv(fd, buffer, sizeof buffer, 0);
         Check(got > 0);
@@ -138,20 +98,28 @@ void Send(int fd, std::string_view bytes) {
     }
 }
 
-void Reset(int fd) {
-    const linger abort{1, 0};
-    setsockopt(fd, SOL_SOCKET, SO_LINGER, &abort, sizeof abort);
-    close(fd);
-}
-
-// Notes when the end of its connection has been handled: no event can follow.
-class WatchedSocket final : public qv::HTTPSocket {
+// The HTTP client on one end of a socket pair, connected at once; the test
+// is the server on the other end. Notes when the end of its connection has
+// been handled: no event can follow.
+class PairedSocket final : public qv::HTTPSocket {
 public:
     using HTTPSocket::HTTPSocket;
+    ~PairedSocket() override {
+        if (server >= 0) close(server);
+    }
+    void Connect() override {
+        int ends[2];
+        Check(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0);
+        Check(fcntl(ends[0], F_SETFL, O_NONBLOCK) == 0);
+        server = ends[1];
+        Adopt(ends[0], State::Connected);
+        MarkConnected();
+    }
     void Event_Error() override {
         HTTPSocket::Event_Error();
         ended = true;
     }
+    int server = -1;
     bool ended = false;
 };
 
@@ -163,21 +131,21 @@ struct Heard {
     int errors = 0;
     bool outOfOrder = false;
     std::int32_t headersStatus = 0;
-    WatchedSocket::Headers headersObject;
+    PairedSocket::Headers headersObject;
     std::string progress;
     std::int32_t lastCount = 0;
     std::string pageURL;
     std::int32_t pageStatus = 0;
-    WatchedSocket::Headers pageHeaders;
+    PairedSocket::Headers pageHeaders;
     std::string content;
 
-    void Listen(WatchedSocket& socket) {
+    void Listen(PairedSocket& socket) {
         auto& events = socket.events;
         events.Connected = [this] {
             outOfOrder |= connected > 0;
             ++connected;
         };
-        events.HeadersReceived = [this](const WatchedSocket::Headers& object, std::int32_t status) {
+        events.HeadersReceived = [this](const PairedSocket::Headers& object, std::int32_t status) {
             outOfOrder |= connected == 0 || pages > 0 || !progress.empty() || lastCount != 0;
             ++headers;
             headersObject = object;
@@ -189,7 +157,7 @@ struct Heard {
             lastCount = received;
         };
         events.PageReceived = [this](const qv::String& url, std::int32_t status,
-                                     const WatchedSocket::Headers& object, const qv::String& page) {
+                                     const PairedSocket::Headers& object, const qv::String& page) {
             outOfOrder |= connected == 0;
             ++pages;
             pageURL = url.Bytes();
@@ -201,25 +169,24 @@ struct Heard {
     }
 };
 
-// What lives across inputs: the loop and the server's listener.
+// Lives across inputs. No handler may throw: an exception would leave the
+// socket deaf.
 struct Shared {
     Shared() {
-        // No handler may throw here: an exception would leave the socket deaf.
         loop.SetUnhandledExceptionHandler([](std::exception_ptr) { std::abort(); });
     }
-    qv::SystemClock clock;
+    qv::ManualClock clock;
     qv::RunLoop loop{clock};
-    Listener server;
 };
 
-Shared& Fixture() {
+qv::RunLoop& Loop() {
     static Shared shared;
-    return shared;
+    return shared.loop;
 }
 
+// Passes without waiting until `done`: a socket pair has every byte at once.
 void RunUntil(const std::function<bool()>& done) {
-    const auto deadline = std::chrono::steady_clock::now() + kPatience;
-    while (!done() && std::chrono::steady_clock::now() < deadline) Fixture().loop.RunOnce(qv::Duration(10ms));
+    for (int pass = 0; pass < 100 && !done(); ++pass) Loop().RunOnce(qv::Duration(0));
 }
 
 // Where a page's content may start: right behind the first occurrence of one
@@ -264,33 +231,29 @@ void CheckHeard(const Heard& heard, const Input& input, const std::string& url) 
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const Input input = ParseInput(data, size);
-    const std::string url = "http://127.0.0.1:" + std::to_string(Fixture().server.Port()) + "/";
-
-    WatchedSocket http(Fixture().loop, Fixture().clock);
+    const std::string url = "http://127.0.0.1:8080/";
+    static qv::ManualClock clock;
+    PairedSocket http(Loop(), clock);
     Heard heard;
     heard.Listen(http);
     http.Get(qv::String(url));
     RunUntil([&] { return heard.connected > 0; });
-    Check(heard.connected > 0);
+    Check(heard.connected > 0 && http.server >= 0);
 
-    const int server = Fixture().server.Accept();
-    ReadRequest(server);
+    if (!input.reset) ReadRequest(http.server);
     std::string_view rest = input.response;
     for (std::size_t i = 0; !rest.empty(); ++i) {
         const std::size_t piece =
             input.pieceSizes.empty() ? rest.size() : input.pieceSizes[i % input.pieceSizes.size()];
-        Send(server, rest.substr(0, piece));
+        Send(http.server, rest.substr(0, piece));
         rest.remove_prefix(std::min(piece, rest.size()));
-        if (!rest.empty() || !input.endWithLastPiece) Fixture().loop.RunOnce(qv::Duration(0));
+        if (!rest.empty() || !input.endWithLastPiece) Loop().RunOnce(qv::Duration(0));
     }
-    if (input.reset) {
-        Reset(server);
-    } else {
-        close(server);
-    }
+    close(http.server);  // with the request unread: a reset
+    http.server = -1;
     RunUntil([&] { return http.ended; });
     Check(http.ended);
-    Fixture().loop.RunOnce(qv::Duration(0));  // anything late would show in the checks
+    Loop().RunOnce(qv::Duration(0));  // anything late would show in the checks
 
     CheckHeard(heard, input, url);
     return 0;

@@ -31,66 +31,71 @@ double Quotient(double amount, double divider) {
 void RSSDownloadWindow::copyFile(const std::shared_ptr<FolderItem>& source,
                                  const std::shared_ptr<FolderItem>& destination) {
     isFileCopyInProgress = true;
-    const auto copy = [&] {
-        if (!source || !source->Exists() || source->Directory() || !destination) return;
-        if (destination->Exists() && destination->Reaches(*source)) return;
-        if (destination->Exists()) destination->Delete();
-        if (destination->Exists()) return;
-
-        const auto length = static_cast<std::int64_t>(source->Length());
-        std::int64_t chunkSize = kChunkSize;
-        SizeDivider = CvtReal64ToSInt64(static_cast<double>(TotalSize) / 400.0);
-        const std::shared_ptr<BinaryStream> input = source->OpenAsBinaryFile(false);
-        const std::shared_ptr<BinaryStream> output = destination->CreateBinaryFile("unknown");
-        if (!input || !output) return;
-
-        // None at first, so that the first chunk of every file reports, at any
-        // uptime; then one a second, compared across the wrap of the count.
-        std::optional<std::int32_t> reportDue;
-        while (!input->EndOfFile() && !isKillCopyInProgress) {
-            const auto position = static_cast<std::int64_t>(input->Position());
-            if (length < position + chunkSize) chunkSize = length - position;
-            const BinaryStream::Extent chunk = input->Reserve(static_cast<std::int32_t>(chunkSize));
-            // The size asked for counts, not what the read gave, and before the write.
-            AmountTransferred += chunkSize;
-            if (const std::int32_t now = Ticks(clock_); !reportDue || TicksBetween(*reportDue, now) > 0) {
-                reportDue = TicksAfter(now, kTicksPerReport);
-                const std::int64_t barPos = CvtReal64ToSInt64(
-                    Quotient(static_cast<double>(AmountTransferred), static_cast<double>(SizeDivider)));
-                const std::int32_t elapsed = TicksBetween(StartTicks, Ticks(clock_)) / 60;
-                const String message = getScaledSize(AmountTransferred) + " of " + getScaledSize(TotalSize) + ", " +
-                                       secondsToString(elapsed) + " elapsed";
-                RSSSendCommand("Response: CopyFile" + CRLF + "SrcFileInfoMD5: " + SrcFileInfoMD5 + CRLF +
-                                   "Status: InProgress" + CRLF + "BarPos: " + Format(barPos, "#") +
-                                   CRLF + "MsgStr: " + message + CRLF,
-                               0);
-                pauseForEvents();
-            }
-            // A chunk that was read is written, also when an abort came in
-            // meanwhile. The first write that falls short (a full disk) ends the
-            // copy, so that the destination stays an exact prefix of the source.
-            if (!output->WriteExtent(*input, chunk)) break;
-        }
-        input->Close();
-        output->Close();
-
-        // The companion file that some volumes make for a new file.
-        const std::shared_ptr<FolderItem> sidecar = Deref(destination->Parent()).Child("._" + destination->Name());
-        if (sidecar && sidecar->Exists() && !sidecar->Reaches(*source)) sidecar->Delete();
-
-        String status = "Complete";
-        if (isKillCopyInProgress) {  // read afresh: an abort during the last chunk counts too
-            destination->Delete();
-            status = "Abort";
-        }
-        RSSSendCommand("Response: CopyFile" + CRLF + "SrcFileInfoMD5: " + SrcFileInfoMD5 + CRLF + "Status: " + status +
-                           CRLF,
-                       0);
-    };
-    copy();
+    copyFileData(source, destination);
     // Not a clean-up handler: an exception above leaves both flags set.
     isFileCopyInProgress = false;
     isCommandInProgress = false;
+}
+
+// The copy itself, between the flags: each early return is one of the silent
+// ends, and the flags fall in copyFile all the same.
+void RSSDownloadWindow::copyFileData(const std::shared_ptr<FolderItem>& source,
+                                     const std::shared_ptr<FolderItem>& destination) {
+    if (!source || !source->Exists() || source->Directory() || !destination) return;
+    if (destination->Exists() && destination->Reaches(*source)) return;
+    if (destination->Exists()) destination->Delete();
+    if (destination->Exists()) return;
+
+    const auto length = static_cast<std::int64_t>(source->Length());
+    std::int64_t chunkSize = kChunkSize;
+    SizeDivider = CvtReal64ToSInt64(static_cast<double>(TotalSize) / 400.0);
+    const std::shared_ptr<BinaryStream> input = source->OpenAsBinaryFile(false);
+    const std::shared_ptr<BinaryStream> output = destination->CreateBinaryFile("unknown");
+    if (!input || !output) return;
+
+    // None at first, so that the first chunk of every file reports, at any
+    // uptime; then one a second, compared across the wrap of the count.
+    std::optional<std::int32_t> reportDue;
+    while (!input->EndOfFile() && !isKillCopyInProgress) {
+        const auto position = static_cast<std::int64_t>(input->Position());
+        if (length < position + chunkSize) chunkSize = length - position;
+        const BinaryStream::Extent chunk = input->Reserve(static_cast<std::int32_t>(chunkSize));
+        // The size asked for counts, not what the read gave, and before the write.
+        AmountTransferred += chunkSize;
+        if (const std::int32_t now = Ticks(clock_); !reportDue || TicksBetween(*reportDue, now) > 0) {
+            reportDue = TicksAfter(now, kTicksPerReport);
+            const std::int64_t barPos = CvtReal64ToSInt64(
+                Quotient(static_cast<double>(AmountTransferred), static_cast<double>(SizeDivider)));
+            const std::int32_t elapsed = TicksBetween(StartTicks, Ticks(clock_)) / 60;
+            const String message = getScaledSize(AmountTransferred) + " of " + getScaledSize(TotalSize) +
+                                   ", " + secondsToString(elapsed) + " elapsed";
+            RSSSendCommand("Response: CopyFile" + CRLF + "SrcFileInfoMD5: " + SrcFileInfoMD5 + CRLF +
+                               "Status: InProgress" + CRLF + "BarPos: " + Format(barPos, "#") + CRLF +
+                               "MsgStr: " + message + CRLF,
+                           0);
+            pauseForEvents();
+        }
+        // A chunk that was read is written, also when an abort came in
+        // meanwhile. The first write that falls short (a full disk) ends the
+        // copy, so that the destination stays an exact prefix of the source.
+        if (!output->WriteExtent(*input, chunk)) break;
+    }
+    input->Close();
+    output->Close();
+
+    // The companion file that some volumes make for a new file.
+    const std::shared_ptr<FolderItem> sidecar =
+        Deref(destination->Parent()).Child("._" + destination->Name());
+    if (sidecar && sidecar->Exists() && !sidecar->Reaches(*source)) sidecar->Delete();
+
+    String status = "Complete";
+    if (isKillCopyInProgress) {  // read afresh: an abort during the last chunk counts too
+        destination->Delete();
+        status = "Abort";
+    }
+    RSSSendCommand(
+        "Response: CopyFile" + CRLF + "SrcFileInfoMD5: " + SrcFileInfoMD5 + CRLF + "Status: " + status + CRLF,
+        0);
 }
 
 // The full 50 ms, always, waiting on both sockets' descriptors rather than
@@ -102,7 +107,8 @@ void RSSDownloadWindow::pauseForEvents() {
         tcp.Poll();
         auto& channel = ControlNamed<QVIPCSocket>("QVIPCSocket");
         channel.Poll();
-        const auto left = std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil((end - now) / 1000.0)));
+        const auto left =
+            std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil((end - now) / 1000.0)));
         SocketCore::AwaitActivity({&tcp, &channel}, left);
     }
 }

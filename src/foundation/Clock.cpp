@@ -4,18 +4,18 @@
 
 namespace qv {
 
-Duration SystemClock::Now() const {
+TimePoint SystemClock::Now() const {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
-    return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+    return TimePoint(std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec));
 }
 
 std::int32_t Ticks(const Clock& clock) {
-    const auto now = clock.Now();
+    const Duration now = clock.Now().time_since_epoch();
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(now);
     const auto rest = now - seconds;
-    const std::uint64_t ticks =
-        static_cast<std::uint64_t>(seconds.count()) * 60 + static_cast<std::uint64_t>(rest.count()) * 60 / 1'000'000'000;
+    const std::uint64_t ticks = static_cast<std::uint64_t>(seconds.count()) * 60 +
+                                static_cast<std::uint64_t>(rest.count()) * 60 / 1'000'000'000;
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(ticks));
 }
 
@@ -28,7 +28,7 @@ std::int32_t TicksBetween(std::int32_t from, std::int32_t to) {
 }
 
 double Microseconds(const Clock& clock) {
-    return std::chrono::duration<double, std::micro>(clock.Now()).count();
+    return std::chrono::duration<double, std::micro>(clock.Now().time_since_epoch()).count();
 }
 
 }  // namespace qv

@@ -5,15 +5,20 @@
 
 namespace qv {
 
+// A span of time.
 using Duration = std::chrono::nanoseconds;
+
+class Clock;
+// A point in time on the loop's monotonic clock (its start is arbitrary). Points
+// and spans are distinct types, so a deadline cannot be passed as a period.
+using TimePoint = std::chrono::time_point<Clock, Duration>;
 
 // The one source of time. Every clock read and every timer goes through a Clock,
 // so a test can swap in a ManualClock and run a 60-second timer in no time.
 class Clock {
 public:
     virtual ~Clock() = default;
-    // Time on a monotonic scale with an arbitrary start.
-    virtual Duration Now() const = 0;
+    virtual TimePoint Now() const = 0;
 };
 
 // The system-wide monotonic clock (CLOCK_MONOTONIC). Another process that reads
@@ -21,19 +26,19 @@ public:
 // a tick count.
 class SystemClock final : public Clock {
 public:
-    Duration Now() const override;
+    TimePoint Now() const override;
 };
 
 // Time that moves only when told to.
 class ManualClock final : public Clock {
 public:
-    explicit ManualClock(Duration start = std::chrono::hours(1)) : now_(start) {}
-    Duration Now() const override { return now_; }
+    explicit ManualClock(TimePoint start = TimePoint(std::chrono::hours(1))) : now_(start) {}
+    TimePoint Now() const override { return now_; }
     void Advance(Duration by) { now_ += by; }
-    void Set(Duration to) { now_ = to; }
+    void Set(TimePoint to) { now_ = to; }
 
 private:
-    Duration now_;
+    TimePoint now_;
 };
 
 // 60 ticks a second, cut to signed 32 bits (the count wraps after about 414 days

@@ -10,8 +10,10 @@
 
 namespace qv {
 
+// c-ares calls back only while the resolver lives: from the loop, or from
+// ares_destroy in its destructor (ARES_EDESTRUCTION).
 struct Resolver::Request {
-    std::weak_ptr<Resolver*> resolver;
+    Resolver* resolver;
     std::uint64_t generation;
 };
 
@@ -33,7 +35,7 @@ const ares_addrinfo_node* Preferred(const ares_addrinfo* result) {
 
 }  // namespace
 
-Resolver::Resolver(RunLoop& loop) : loop_(loop), self_(std::make_shared<Resolver*>(this)) {
+Resolver::Resolver(RunLoop& loop) : loop_(loop) {
     InitializeLibraryOnce();
     ares_options options{};
     options.sock_state_cb = OnSocketState;
@@ -42,10 +44,6 @@ Resolver::Resolver(RunLoop& loop) : loop_(loop), self_(std::make_shared<Resolver
 }
 
 Resolver::~Resolver() {
-    self_.reset();  // results still in flight find no resolver
-    if (timeout_) loop_.CancelTimer(*timeout_);
-    for (const auto& [fd, watch] : watches_) loop_.RemoveWatch(watch);
-    watches_.clear();
     if (channel_) ares_destroy(channel_);
 }
 
@@ -54,15 +52,13 @@ void Resolver::Lookup(const std::string& host, Done done) {
     done_ = std::move(done);
     if (!channel_) {
         result_ = Result{generation_, {}, 0};
-        loop_.Post([weak = std::weak_ptr<Resolver*>(self_)] {
-            if (auto self = weak.lock()) (*self)->DeliverResult();
-        });
+        delivery_ = loop_.Post([this] { DeliverResult(); });
         return;
     }
     ares_addrinfo_hints hints{};
     hints.ai_family = AF_UNSPEC;
     hints.ai_socktype = SOCK_STREAM;
-    ares_getaddrinfo(channel_, host.c_str(), nullptr, &hints, OnResult, new Request{self_, generation_});
+    ares_getaddrinfo(channel_, host.c_str(), nullptr, &hints, OnResult, new Request{this, generation_});
     RescheduleTimeout();
 }
 
@@ -95,13 +91,11 @@ void Resolver::OnResult(void* arg, int status, int /*timeouts*/, ares_addrinfo* 
         std::memcpy(&found.address, node->ai_addr, found.length);
     }
     if (result) ares_freeaddrinfo(result);
-    auto self = request->resolver.lock();
-    if (!self || (*self)->generation_ != request->generation) return;
-    (*self)->result_ = found;
+    Resolver& self = *request->resolver;
+    if (status == ARES_EDESTRUCTION || self.generation_ != request->generation) return;
+    self.result_ = found;
     // Delivered from the loop: c-ares may call back from inside ares_getaddrinfo.
-    (*self)->loop_.Post([weak = request->resolver] {
-        if (auto resolver = weak.lock()) (*resolver)->DeliverResult();
-    });
+    self.delivery_ = self.loop_.Post([&self] { self.DeliverResult(); });
 }
 
 void Resolver::DeliverResult() {
@@ -118,12 +112,9 @@ void Resolver::OnSocketState(void* data, int fd, int readable, int writable) {
     const short events = static_cast<short>((readable ? POLLIN : 0) | (writable ? POLLOUT : 0));
     auto it = self->watches_.find(fd);
     if (events == 0) {
-        if (it != self->watches_.end()) {
-            self->loop_.RemoveWatch(it->second);
-            self->watches_.erase(it);
-        }
+        if (it != self->watches_.end()) self->watches_.erase(it);
     } else if (it != self->watches_.end()) {
-        self->loop_.SetWatchEvents(it->second, events);
+        it->second.SetEvents(events);
     } else {
         self->watches_[fd] = self->loop_.AddWatch(fd, events, [self, fd](short revents) {
             const bool readable = revents & (POLLIN | POLLERR | POLLHUP);
@@ -139,16 +130,12 @@ void Resolver::Process(int readFd, int writeFd) {
 }
 
 void Resolver::RescheduleTimeout() {
-    if (timeout_) loop_.CancelTimer(*timeout_);
-    timeout_.reset();
+    timeout_.Reset();
     timeval wait{};
     if (!ares_timeout(channel_, nullptr, &wait)) return;
-    const Duration due = loop_.GetClock().Now() + std::chrono::seconds(wait.tv_sec) +
-                         std::chrono::microseconds(wait.tv_usec);
-    timeout_ = loop_.AddTimer(due, [this] {
-        timeout_.reset();
-        Process(ARES_SOCKET_BAD, ARES_SOCKET_BAD);
-    });
+    const TimePoint due =
+        loop_.GetClock().Now() + std::chrono::seconds(wait.tv_sec) + std::chrono::microseconds(wait.tv_usec);
+    timeout_ = loop_.AddTimer(due, [this] { Process(ARES_SOCKET_BAD, ARES_SOCKET_BAD); });
 }
 
 }  // namespace qv

@@ -53,12 +53,12 @@ private:
 
     RunLoop& loop_;
     ares_channeldata* channel_ = nullptr;
-    std::map<int, RunLoop::WatchId> watches_;
-    std::optional<RunLoop::TimerId> timeout_;
+    std::map<int, RunLoop::Watch> watches_;
+    RunLoop::Pending timeout_;
+    RunLoop::Pending delivery_;
     std::uint64_t generation_ = 0;
     Done done_;
     std::optional<Result> result_;
-    std::shared_ptr<Resolver*> self_;
 };
 
 }  // namespace qv

@@ -32,41 +32,68 @@ RunLoop::RunLoop(Clock& clock)
 
 RunLoop::~RunLoop() = default;
 
-RunLoop::WatchId RunLoop::AddWatch(int fd, short events, ReadyCallback onReady) {
-    const WatchId id = nextId_++;
-    watches_.emplace(id, Watch{fd, events, std::move(onReady)});
-    return id;
+RunLoop::Registration& RunLoop::Registration::operator=(Registration&& other) noexcept {
+    if (this != &other) {
+        Reset();
+        loop_ = std::exchange(other.loop_, nullptr);
+        kind_ = other.kind_;
+        id_ = other.id_;
+    }
+    return *this;
 }
 
-void RunLoop::SetWatchEvents(WatchId id, short events) {
-    if (auto it = watches_.find(id); it != watches_.end()) it->second.events = events;
+void RunLoop::Registration::Reset() {
+    if (loop_) std::exchange(loop_, nullptr)->Unregister(kind_, id_);
 }
 
-void RunLoop::RemoveWatch(WatchId id) { watches_.erase(id); }
+void RunLoop::Watch::SetEvents(short events) {
+    if (!loop_) return;
+    if (auto it = loop_->watches_.find(id_); it != loop_->watches_.end()) it->second.events = events;
+}
 
-RunLoop::TimerId RunLoop::AddTimer(Duration due, Callback onDue) {
-    const TimerId id = nextId_++;
+RunLoop::Watch RunLoop::AddWatch(int fd, short events, ReadyCallback onReady) {
+    const std::uint64_t id = nextId_++;
+    watches_.emplace(id, WatchEntry{fd, events, std::move(onReady)});
+    return Watch(this, Registration::Kind::Watch, id);
+}
+
+RunLoop::Pending RunLoop::AddTimer(TimePoint due, Callback onDue) {
+    const std::uint64_t id = nextId_++;
     timers_.emplace(id, TimerEntry{due, std::move(onDue)});
     timerOrder_.emplace(due, id);
-    return id;
+    return Pending(this, Registration::Kind::Timer, id);
 }
 
-void RunLoop::CancelTimer(TimerId id) {
-    auto it = timers_.find(id);
-    if (it == timers_.end()) return;
-    timerOrder_.erase({it->second.due, id});
-    timers_.erase(it);
+RunLoop::Pending RunLoop::Post(Callback call) {
+    const std::uint64_t id = nextId_++;
+    posted_.emplace(id, std::move(call));
+    return Pending(this, Registration::Kind::Call, id);
 }
 
-std::optional<Duration> RunLoop::NextTimerDue() const {
+void RunLoop::Unregister(Registration::Kind kind, std::uint64_t id) {
+    switch (kind) {
+        case Registration::Kind::Watch:
+            watches_.erase(id);
+            break;
+        case Registration::Kind::Timer:
+            if (auto it = timers_.find(id); it != timers_.end()) {
+                timerOrder_.erase({it->second.due, id});
+                timers_.erase(it);
+            }
+            break;
+        case Registration::Kind::Call:
+            posted_.erase(id);
+            break;
+    }
+}
+
+std::optional<TimePoint> RunLoop::NextTimerDue() const {
     if (timerOrder_.empty()) return std::nullopt;
     return timerOrder_.begin()->first;
 }
 
-void RunLoop::Post(Callback call) { posted_.push_back(std::move(call)); }
-
 void RunLoop::Run() {
-    while (!quitting_) RunOnce(std::nullopt);
+    while (!stopping_) RunOnce(std::nullopt);
 }
 
 int RunLoop::TimeoutMs(std::optional<Duration> maxWait) const {
@@ -81,9 +108,9 @@ int RunLoop::TimeoutMs(std::optional<Duration> maxWait) const {
 }
 
 void RunLoop::RunOnce(std::optional<Duration> maxWait) {
-    if (quitting_) return;
+    if (stopping_) return;
     std::vector<pollfd> fds;
-    std::vector<WatchId> ids;
+    std::vector<std::uint64_t> ids;
     fds.reserve(watches_.size());
     ids.reserve(watches_.size());
     for (const auto& [id, watch] : watches_) {
@@ -98,12 +125,13 @@ void RunLoop::RunOnce(std::optional<Duration> maxWait) {
     RunPosted();
 }
 
-void RunLoop::DeliverReady(const std::vector<pollfd>& fds, const std::vector<WatchId>& ids) {
-    for (std::size_t i = 0; i < fds.size() && !quitting_; ++i) {
+void RunLoop::DeliverReady(const std::vector<pollfd>& fds, const std::vector<std::uint64_t>& ids) {
+    for (std::size_t i = 0; i < fds.size() && !stopping_; ++i) {
         if (fds[i].revents == 0) continue;
         // A handler that ran before may have removed this watch.
         auto it = watches_.find(ids[i]);
-        if (it == watches_.end() || it->second.fd != fds[i].fd) continue;
+        if (it == watches_.end()) continue;
+        // A copy: the handler may remove its own watch while it runs.
         ReadyCallback onReady = it->second.onReady;
         const short revents = fds[i].revents;
         Invoke([&] { onReady(revents); });
@@ -113,14 +141,15 @@ void RunLoop::DeliverReady(const std::vector<pollfd>& fds, const std::vector<Wat
 void RunLoop::FireDueTimers() {
     // Only what is due at the start of this phase: a timer that a handler sets
     // for "now" waits for the next pass, so a busy timer cannot starve the rest.
-    const Duration now = clock_.Now();
-    std::vector<TimerId> due;
-    for (auto it = timerOrder_.begin(); it != timerOrder_.end() && it->first <= now; ++it) due.push_back(it->second);
-    for (TimerId id : due) {
-        if (quitting_) return;
+    const TimePoint now = clock_.Now();
+    std::vector<std::uint64_t> due;
+    for (auto it = timerOrder_.begin(); it != timerOrder_.end() && it->first <= now; ++it)
+        due.push_back(it->second);
+    for (const std::uint64_t id : due) {
+        if (stopping_) return;
         auto it = timers_.find(id);
         if (it == timers_.end()) continue;  // cancelled by an earlier handler
-        Callback onDue = std::move(it->second.onDue);
+        const Callback onDue = std::move(it->second.onDue);
         timerOrder_.erase({it->second.due, id});
         timers_.erase(it);
         Invoke(onDue);
@@ -128,10 +157,12 @@ void RunLoop::FireDueTimers() {
 }
 
 void RunLoop::RunPosted() {
-    std::vector<Callback> calls;
-    calls.swap(posted_);
-    for (const Callback& call : calls) {
-        if (quitting_) return;
+    // The calls posted before this phase; those posted meanwhile wait a round,
+    // and one cancelled meanwhile does not run.
+    const std::uint64_t boundary = nextId_;
+    while (!stopping_ && !posted_.empty() && posted_.begin()->first < boundary) {
+        const Callback call = std::move(posted_.begin()->second);
+        posted_.erase(posted_.begin());
         Invoke(call);
     }
 }
@@ -140,18 +171,20 @@ void RunLoop::Invoke(const Callback& call) {
     try {
         call();
     } catch (const EndException&) {
-        quitting_ = true;  // Quit has recorded the status already.
+        stopping_ = true;  // the window's Quit has called Stop with its status
     } catch (...) {
         onUnhandled_(std::current_exception());
     }
 }
 
-void RunLoop::Quit(int status) {
-    exitStatus_ = status;
-    quitting_ = true;
+void RunLoop::Stop(int exitStatus) {
+    exitStatus_ = exitStatus;
+    stopping_ = true;
 }
 
-void RunLoop::SetWaitStep(std::unique_ptr<WaitStep> waitStep) { waitStep_ = std::move(waitStep); }
+void RunLoop::SetWaitStep(std::unique_ptr<WaitStep> waitStep) {
+    waitStep_ = std::move(waitStep);
+}
 
 void RunLoop::SetUnhandledExceptionHandler(std::function<void(std::exception_ptr)> handler) {
     onUnhandled_ = std::move(handler);

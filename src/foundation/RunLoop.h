@@ -33,12 +33,55 @@ public:
 // waits once and then delivers, one handler at a time: ready descriptors, due
 // timers in order of their due time, then the deferred calls queued before the
 // pass began.
+//
+// Every registration is owned by a handle that unregisters it when destroyed
+// (or reset), so an owner's lifetime is its registrations' lifetime and no
+// event ever reaches an owner that has gone. A handle must not outlive its loop.
 class RunLoop {
 public:
     using Callback = std::function<void()>;
     using ReadyCallback = std::function<void(short revents)>;
-    using WatchId = std::uint64_t;
-    using TimerId = std::uint64_t;
+
+    // A registration with the loop, move-only. Empty when default-made, moved
+    // from or reset; a timer's or a call's handle stays non-empty after it ran,
+    // and resetting it then does nothing.
+    class Registration {
+    public:
+        Registration() = default;
+        Registration(Registration&& other) noexcept { *this = std::move(other); }
+        Registration& operator=(Registration&& other) noexcept;
+        ~Registration() { Reset(); }
+        void Reset();
+        explicit operator bool() const { return loop_ != nullptr; }
+
+    protected:
+        enum class Kind { Watch, Timer, Call };
+        Registration(RunLoop* loop, Kind kind, std::uint64_t id) : loop_(loop), kind_(kind), id_(id) {}
+        RunLoop* loop_ = nullptr;
+        Kind kind_ = Kind::Watch;
+        std::uint64_t id_ = 0;
+
+        friend class RunLoop;
+    };
+    // A watch on a descriptor; its interest can change while it lives.
+    class Watch final : public Registration {
+    public:
+        Watch() = default;
+        void SetEvents(short events);
+
+    private:
+        using Registration::Registration;
+        friend class RunLoop;
+    };
+    // A one-shot timer entry, or a call posted for a later pass.
+    class Pending final : public Registration {
+    public:
+        Pending() = default;
+
+    private:
+        using Registration::Registration;
+        friend class RunLoop;
+    };
 
     explicit RunLoop(Clock& clock);
     RunLoop(const RunLoop&) = delete;
@@ -47,19 +90,14 @@ public:
 
     Clock& GetClock() const { return clock_; }
 
-    WatchId AddWatch(int fd, short events, ReadyCallback onReady);
-    void SetWatchEvents(WatchId id, short events);
-    void RemoveWatch(WatchId id);
-
+    [[nodiscard]] Watch AddWatch(int fd, short events, ReadyCallback onReady);
     // A one-shot entry due at `due` on the loop's clock.
-    TimerId AddTimer(Duration due, Callback onDue);
-    void CancelTimer(TimerId id);
-    std::optional<Duration> NextTimerDue() const;
-
+    [[nodiscard]] Pending AddTimer(TimePoint due, Callback onDue);
+    std::optional<TimePoint> NextTimerDue() const;
     // Runs `call` in a later pass, after the calls posted before it.
-    void Post(Callback call);
+    [[nodiscard]] Pending Post(Callback call);
 
-    // Passes until Quit.
+    // Passes until Stop.
     void Run();
     // One pass. `maxWait` bounds the wait in real time (nullopt: as long as the
     // next timer allows). With a manual clock a test passes a short bound.
@@ -67,10 +105,12 @@ public:
 
     // True when the last pass was waiting at `time`, not running a handler: a
     // repeating timer drops a tick that fell due while a handler ran.
-    bool WasWaitingAt(Duration time) const { return waitStarted_ <= time && time <= waitEnded_; }
+    bool WasWaitingAt(TimePoint time) const { return waitStarted_ <= time && time <= waitEnded_; }
 
-    void Quit(int status);
-    bool IsQuitting() const { return quitting_; }
+    // Ends Run after the handler that asks, with the process's exit status.
+    // It returns to its caller; the window's Quit is what never does.
+    void Stop(int exitStatus);
+    bool Stopping() const { return stopping_; }
     int ExitStatus() const { return exitStatus_; }
 
     void SetWaitStep(std::unique_ptr<WaitStep> waitStep);
@@ -79,18 +119,19 @@ public:
     void SetUnhandledExceptionHandler(std::function<void(std::exception_ptr)> handler);
 
 private:
-    struct Watch {
+    struct WatchEntry {
         int fd;
         short events;
         ReadyCallback onReady;
     };
     struct TimerEntry {
-        Duration due;
+        TimePoint due;
         Callback onDue;
     };
 
+    void Unregister(Registration::Kind kind, std::uint64_t id);
     int TimeoutMs(std::optional<Duration> maxWait) const;
-    void DeliverReady(const std::vector<pollfd>& fds, const std::vector<WatchId>& ids);
+    void DeliverReady(const std::vector<pollfd>& fds, const std::vector<std::uint64_t>& ids);
     void FireDueTimers();
     void RunPosted();
     void Invoke(const Callback& call);
@@ -98,14 +139,15 @@ private:
     Clock& clock_;
     std::unique_ptr<WaitStep> waitStep_;
     std::function<void(std::exception_ptr)> onUnhandled_;
-    std::map<WatchId, Watch> watches_;
-    std::map<TimerId, TimerEntry> timers_;
-    std::set<std::pair<Duration, TimerId>> timerOrder_;
-    std::vector<Callback> posted_;
+    std::map<std::uint64_t, WatchEntry> watches_;
+    std::map<std::uint64_t, TimerEntry> timers_;
+    std::set<std::pair<TimePoint, std::uint64_t>> timerOrder_;
+    // Posted calls in order; a cancelled one leaves its id's entry empty.
+    std::map<std::uint64_t, Callback> posted_;
     std::uint64_t nextId_ = 1;
-    Duration waitStarted_{};
-    Duration waitEnded_{};
-    bool quitting_ = false;
+    TimePoint waitStarted_{};
+    TimePoint waitEnded_{};
+    bool stopping_ = false;
     int exitStatus_ = 0;
 };
 

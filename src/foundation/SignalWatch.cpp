@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <stdexcept>
 #include <utility>
 
 namespace qv {
@@ -28,6 +29,7 @@ void OnSignal(int signal) {
 SignalWatch::SignalWatch(RunLoop& loop, std::initializer_list<int> signals,
                          std::function<void(int signal)> onSignal)
     : loop_(loop), signals_(signals), onSignal_(std::move(onSignal)) {
+    if (gWriteFd >= 0) throw std::logic_error("one SignalWatch at a time");
     if (pipe2(pipe_, O_NONBLOCK | O_CLOEXEC) != 0) return;
     gWriteFd = pipe_[1];
     watch_ = loop_.AddWatch(pipe_[0], POLLIN, [this](short) { TakeSignals(); });
@@ -41,8 +43,7 @@ SignalWatch::SignalWatch(RunLoop& loop, std::initializer_list<int> signals,
 
 SignalWatch::~SignalWatch() {
     for (const int signal : signals_) std::signal(signal, SIG_DFL);
-    gWriteFd = -1;
-    if (watch_) loop_.RemoveWatch(*watch_);
+    if (gWriteFd == pipe_[1]) gWriteFd = -1;
     for (const int fd : pipe_) {
         if (fd >= 0) close(fd);
     }

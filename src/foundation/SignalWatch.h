@@ -2,7 +2,6 @@
 
 #include <functional>
 #include <initializer_list>
-#include <optional>
 #include <vector>
 
 #include "foundation/RunLoop.h"
@@ -12,9 +11,10 @@ namespace qv {
 // Delivers signals as events of the loop. The handler only writes the
 // signal's number to a pipe; `onSignal` runs later, on the loop's thread, in
 // an ordinary pass, where it may do anything. Each signal that arrives is
-// delivered once, in order. One watch at a time per process: the handler
-// knows a single pipe. When the watch goes, its signals get back their
-// default action.
+// delivered once, in order. One watch at a time per process, since the
+// handler knows a single pipe: making a second while one lives throws
+// std::logic_error. When the watch goes, its signals get back their default
+// action.
 class SignalWatch {
 public:
     SignalWatch(RunLoop& loop, std::initializer_list<int> signals, std::function<void(int signal)> onSignal);
@@ -29,7 +29,7 @@ private:
     std::vector<int> signals_;
     std::function<void(int signal)> onSignal_;
     int pipe_[2] = {-1, -1};
-    std::optional<RunLoop::WatchId> watch_;
+    RunLoop::Watch watch_;
 };
 
 }  // namespace qv

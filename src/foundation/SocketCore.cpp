@@ -1,11 +1,12 @@
 #include "foundation/SocketCore.h"
 
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <algorithm>
+#include <cerrno>
 #include <limits>
 #include <vector>
 
@@ -20,15 +21,19 @@ constexpr std::size_t kReadPiece = 256 * 1024;
 constexpr std::size_t kReadBudget = 1024 * 1024;
 
 std::int32_t ClampToInt32(std::size_t n) {
-    return n > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max()) ? std::numeric_limits<std::int32_t>::max()
-                                                                                   : static_cast<std::int32_t>(n);
+    return n > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())
+               ? std::numeric_limits<std::int32_t>::max()
+               : static_cast<std::int32_t>(n);
 }
 
 }  // namespace
 
-SocketCore::SocketCore(RunLoop& loop) : loop_(loop), self_(std::make_shared<SocketCore*>(this)) {}
+SocketCore::SocketCore(RunLoop& loop) : loop_(loop) {}
 
-SocketCore::~SocketCore() { CloseDescriptor(); }
+SocketCore::~SocketCore() {
+    if (destroyed_) *destroyed_ = true;
+    CloseDescriptor();
+}
 
 void SocketCore::Close() {
     OnClose();
@@ -54,25 +59,35 @@ void SocketCore::Poll() {
     DeliverPending();
 }
 
-void SocketCore::AwaitActivity(std::initializer_list<const SocketCore*> sockets, std::chrono::milliseconds limit) {
+void SocketCore::AwaitActivity(std::initializer_list<const SocketCore*> sockets,
+                               std::chrono::milliseconds limit) {
     std::vector<pollfd> probes;
     for (const SocketCore* socket : sockets) {
         if (socket->fd_ >= 0) probes.push_back(pollfd{socket->fd_, socket->Interest(), 0});
     }
-    poll(probes.data(), probes.size(), static_cast<int>(std::max<std::chrono::milliseconds::rep>(limit.count(), 0)));
+    poll(probes.data(), probes.size(),
+         static_cast<int>(std::max<std::chrono::milliseconds::rep>(limit.count(), 0)));
 }
 
-std::int32_t SocketCore::BytesAvailable() const { return ClampToInt32(input_.Size()); }
-std::int32_t SocketCore::BytesLeftToSend() const { return ClampToInt32(output_.Size()); }
+std::int32_t SocketCore::BytesAvailable() const {
+    return ClampToInt32(input_.Size());
+}
+std::int32_t SocketCore::BytesLeftToSend() const {
+    return ClampToInt32(output_.Size());
+}
 
 String SocketCore::Read(std::int32_t count) {
     if (count <= 0) return String();
     return input_.Take(static_cast<std::size_t>(count));
 }
 
-String SocketCore::ReadAll() { return input_.TakeAll(); }
+String SocketCore::ReadAll() {
+    return input_.TakeAll();
+}
 
-String SocketCore::Lookahead() const { return String(input_.View()); }
+String SocketCore::Lookahead() const {
+    return String(input_.View());
+}
 
 void SocketCore::Write(const String& data) {
     if (data.IsEmpty()) return;
@@ -126,8 +141,7 @@ void SocketCore::MarkConnected() {
 }
 
 void SocketCore::CloseDescriptor() {
-    if (watch_) loop_.RemoveWatch(*watch_);
-    watch_.reset();
+    watch_.Reset();
     if (fd_ >= 0) close(fd_);
     fd_ = -1;
     state_ = State::Closed;
@@ -166,10 +180,15 @@ void SocketCore::FinishConnect() {
 }
 
 void SocketCore::ReadInput() {
-    input_.Reserve(kReadBudget);
     std::size_t taken = 0;
     while (taken < kReadBudget) {
-        const long got = input_.AppendFrom(fd_, kReadPiece);
+        // Room for what is there, not for a whole piece: making room costs as
+        // much as the read, and most reads are a frame or a header.
+        int pending = 0;
+        const std::size_t room = ioctl(fd_, FIONREAD, &pending) == 0 && pending > 0
+                                     ? std::min<std::size_t>(pending, kReadPiece)
+                                     : 4096;
+        const long got = input_.AppendFrom(fd_, room);
         if (got > 0) {
             taken += static_cast<std::size_t>(got);
             pendingData_ = true;
@@ -226,45 +245,46 @@ short SocketCore::Interest() const {
 }
 
 void SocketCore::UpdateInterest() {
-    if (watch_) loop_.SetWatchEvents(*watch_, Interest());
+    watch_.SetEvents(Interest());
 }
 
 void SocketCore::ScheduleDelivery() {
     if (deliveryScheduled_) return;
     deliveryScheduled_ = true;
-    loop_.Post([weak = std::weak_ptr<SocketCore*>(self_)] {
-        if (auto self = weak.lock()) {
-            (*self)->deliveryScheduled_ = false;
-            (*self)->DeliverPending();
-        }
+    // Owned by this socket: it goes with it, so it never runs for a gone one.
+    delivery_ = loop_.Post([this] {
+        deliveryScheduled_ = false;
+        DeliverPending();
     });
 }
 
 void SocketCore::DeliverPending() {
-    const std::weak_ptr<SocketCore*> alive = self_;
-    if (pendingConnected_) {
-        pendingConnected_ = false;
-        Deliver(onConnected);
-        if (alive.expired()) return;
+    // Set by the destructor if a handler destroys this socket; from then on
+    // nothing of it is touched. Deliveries can nest (a handler that polls), so
+    // the flag of the delivery outside is kept and told too.
+    struct Watching {
+        SocketCore& socket;
+        bool* const outer;
+        bool destroyed = false;
+        explicit Watching(SocketCore& s) : socket(s), outer(s.destroyed_) { s.destroyed_ = &destroyed; }
+        ~Watching() {
+            if (!destroyed)
+                socket.destroyed_ = outer;
+            else if (outer)
+                *outer = true;
+        }
+    } watching(*this);
+    // Each handler runs as a copy: one that destroys its socket must not
+    // destroy the function it is running.
+    for (auto [pending, handler] : {std::pair{&pendingConnected_, &onConnected},
+                                    {&pendingData_, &onDataAvailable},
+                                    {&pendingSendComplete_, &onSendComplete},
+                                    {&pendingError_, &onError}}) {
+        if (!*pending) continue;
+        *pending = false;
+        if (const std::function<void()> call = *handler) call();
+        if (watching.destroyed) return;
     }
-    if (pendingData_) {
-        pendingData_ = false;
-        Deliver(onDataAvailable);
-        if (alive.expired()) return;
-    }
-    if (pendingSendComplete_) {
-        pendingSendComplete_ = false;
-        Deliver(onSendComplete);
-        if (alive.expired()) return;
-    }
-    if (pendingError_) {
-        pendingError_ = false;
-        Deliver(onError);
-    }
-}
-
-void SocketCore::Deliver(const std::function<void()>& handler) {
-    if (handler) handler();
 }
 
 }  // namespace qv

@@ -6,7 +6,6 @@
 #include <functional>
 #include <initializer_list>
 #include <memory>
-#include <optional>
 
 #include "foundation/ByteQueue.h"
 #include "foundation/RunLoop.h"
@@ -50,7 +49,8 @@ public:
     // Waits up to `limit` until one of the sockets' descriptors is ready,
     // delivering nothing. Lets a caller that polls in a loop sleep between
     // polls instead of spinning.
-    static void AwaitActivity(std::initializer_list<const SocketCore*> sockets, std::chrono::milliseconds limit);
+    static void AwaitActivity(std::initializer_list<const SocketCore*> sockets,
+                              std::chrono::milliseconds limit);
 
     bool IsConnected() const { return state_ == State::Connected; }
     std::int32_t LastErrorCode() const { return lastErrorCode_; }
@@ -93,12 +93,12 @@ private:
     short Interest() const;
     void UpdateInterest();
     void DeliverPending();
-    void Deliver(const std::function<void()>& handler);
 
     RunLoop& loop_;
     int fd_ = -1;
     State state_ = State::Closed;
-    std::optional<RunLoop::WatchId> watch_;
+    RunLoop::Watch watch_;
+    RunLoop::Pending delivery_;
     ByteQueue input_;
     SendQueue output_;
     std::int32_t lastErrorCode_ = 0;
@@ -107,8 +107,8 @@ private:
     bool pendingSendComplete_ = false;
     bool pendingError_ = false;
     bool deliveryScheduled_ = false;
-    // Lets a deferred delivery see that this object has gone.
-    std::shared_ptr<SocketCore*> self_;
+    // While events are delivered: the flag that the destructor sets.
+    bool* destroyed_ = nullptr;
 };
 
 }  // namespace qv

@@ -24,7 +24,8 @@ public:
     void SetPort(std::int32_t port) { port_ = port; }
 
     // Connects to Address and Port, ending any connection or attempt before.
-    void Connect();
+    // Virtual so that a harness can hand over a connected socket pair instead.
+    virtual void Connect();
     // Also drives a name lookup in progress.
     void Poll() override;
 

@@ -6,25 +6,21 @@ namespace qv {
 
 Timer::Timer(RunLoop& loop) : loop_(loop) {}
 
-Timer::~Timer() {
-    if (pending_) loop_.CancelTimer(*pending_);
-}
-
 void Timer::SetMode(std::int32_t mode) {
-    if (pending_) loop_.CancelTimer(*pending_);
-    pending_.reset();
+    pending_.Reset();
     mode_ = (mode == ModeSingle || mode == ModeMultiple) ? mode : ModeOff;
     if (mode_ != ModeOff) Schedule(loop_.GetClock().Now() + PeriodDuration());
 }
 
-Duration Timer::PeriodDuration() const { return std::chrono::milliseconds(std::max<std::int32_t>(period_, 1)); }
+Duration Timer::PeriodDuration() const {
+    return std::chrono::milliseconds(std::max<std::int32_t>(period_, 1));
+}
 
-void Timer::Schedule(Duration due) {
+void Timer::Schedule(TimePoint due) {
     pending_ = loop_.AddTimer(due, [this, due] { Fire(due); });
 }
 
-void Timer::Fire(Duration due) {
-    pending_.reset();
+void Timer::Fire(TimePoint due) {
     if (mode_ == ModeSingle) {
         mode_ = ModeOff;
     } else if (!loop_.WasWaitingAt(due)) {

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <optional>
 
 #include "foundation/RunLoop.h"
 
@@ -17,14 +16,13 @@ public:
     explicit Timer(RunLoop& loop);
     Timer(const Timer&) = delete;
     Timer& operator=(const Timer&) = delete;
-    ~Timer();
 
     std::int32_t Mode() const { return mode_; }
-    // Single fires once, one period from now, and falls back to off; multiple
-    // fires every period, except that a tick that falls due while a handler
-    // runs is dropped and the beat starts again a period after that handler.
-    // Setting either (re)starts the period from now; any other value stops the
-    // timer.
+    // Single fires once, one period from now, and falls back to off. Multiple
+    // fires every period while the loop waits; a tick that falls due while a
+    // handler runs (its own or any other) is dropped, and the next comes a
+    // full period after that handler returned. Setting either (re)starts the
+    // period from now; any other value stops the timer.
     void SetMode(std::int32_t mode);
 
     std::int32_t Period() const { return period_; }
@@ -35,13 +33,13 @@ public:
 
 private:
     Duration PeriodDuration() const;
-    void Schedule(Duration due);
-    void Fire(Duration due);
+    void Schedule(TimePoint due);
+    void Fire(TimePoint due);
 
     RunLoop& loop_;
     std::int32_t mode_ = ModeOff;
     std::int32_t period_ = 1000;
-    std::optional<RunLoop::TimerId> pending_;
+    RunLoop::Pending pending_;
 };
 
 }  // namespace qv

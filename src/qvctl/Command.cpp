@@ -52,15 +52,4 @@ Command CommandFor(const Options& options) {
     return {options.fields, WaitFor::EveryReply, kReplyWait};
 }
 
-String CommandText(const std::vector<Field>& fields) {
-    std::string text;
-    for (const Field& field : fields) {
-        text += field.name;
-        text += ':';
-        text += field.value;
-        text += '\r';
-    }
-    return String(std::move(text));
-}
-
 }  // namespace qv::ctl

@@ -32,8 +32,4 @@ struct Command {
 // The command that the parsed options ask for.
 Command CommandFor(const Options& options);
 
-// The message text of a command: each field as its name, one separator
-// character (the assistant skips it unseen), its value, and CR.
-String CommandText(const std::vector<Field>& fields);
-
 }  // namespace qv::ctl

@@ -5,7 +5,7 @@
 #include <system_error>
 
 #include "foundation/Base64.h"
-#include "qvctl/Report.h"
+#include "protocol/Report.h"
 
 namespace qv::ctl {
 

@@ -4,8 +4,8 @@
 #include <charconv>
 #include <cstdint>
 
+#include "protocol/Report.h"
 #include "qvctl/ReplyFormat.h"
-#include "qvctl/Report.h"
 
 namespace qv::ctl {
 

@@ -8,6 +8,7 @@
 
 #include "foundation/Clock.h"
 #include "foundation/SignalWatch.h"
+#include "protocol/CommandText.h"
 #include "qvctl/CopyProgress.h"
 
 namespace qv::ctl {

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "protocol/Report.h"
 #include "qvctl/ReplyFormat.h"
-#include "qvctl/Report.h"
 
 namespace qv::ctl {
 

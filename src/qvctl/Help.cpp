@@ -1,9 +1,12 @@
 #include "qvctl/Help.h"
 
+#include "qvctl/Options.h"
+
 namespace qv::ctl {
 
-std::string_view HelpText() {
-    return R"(Usage: qvctl [OPTIONS] COMMAND [ARGUMENTS]
+namespace {
+
+constexpr std::string_view kCommands = R"(Usage: qvctl [OPTIONS] COMMAND [ARGUMENTS]
 
 Sends one command to the running QVAssistant over its local channel and
 prints each reply.
@@ -23,10 +26,6 @@ Commands:
                       SOURCE to DEST_PATH ("a/b/c.txt") below the folder
                       DEST_FOLDER, making missing folders, and reports its
                       progress about once a second until the end report.
-                      --total: the bytes the progress counts against
-                      (default SOURCE's size); --md5: the tag that every
-                      report echoes (default "qvctl"); --no-reset: the
-                      assistant's byte count goes on from the copy before.
                       Ctrl-C asks the assistant to abort and waits for the
                       end report; a second Ctrl-C leaves at once.
   send NAME=VALUE...  Any command: each pair becomes one line "NAME:VALUE"
@@ -34,32 +33,10 @@ Commands:
                       first "=", so a value may hold "=". Put "--" before a
                       pair that begins with "-".
 
-Options:
-  --socket PATH       The channel (default /tmp/qvipc).
-  --wait SECONDS      How long to wait, 0 to 86400, fractions allowed:
-                        status, abort: at most this long for the reply
-                          (default 5); qvctl ends as soon as it is in.
-                        get, headers, news: the same (default 70, since the
-                          assistant gives up on a fetch after 60).
-                        show, hide: how long to stay connected (default 3).
-                        send: how long to collect replies (default 5).
-                        copy: at most this long for the end report
-                          (default: no limit).
-  --raw               Show every byte: CR as \r, LF as \n and a line break,
-                      a backslash as \\, other control bytes as \xHH.
-  --json              One JSON object per reply, on one line:
-                        {"fields":[{"name":"Response","value":"Status"},...],
-                         "body":"<Base64>"}
-                      The fields are the lines up to the first empty line,
-                      each cut at its first ": " (a line without one is all
-                      name, with an empty value); the body is everything
-                      behind the empty line, "" when there is none.
-  --output FILE       get, headers, news: the body goes to FILE instead of
-                      standard output. FILE is created or emptied first, as
-                      a shell redirection would do. Not with --json.
-  -h, --help          This text.
+)";
 
-Without --raw or --json a reply is printed as it is: its lines end in CR LF.
+constexpr std::string_view kDetails =
+    R"(Without --raw or --json a reply is printed as it is: its lines end in CR LF.
 
 The reply to get, headers and news is split: its lines go to standard error
 (as they are, or with --raw made visible), and the body of a page, behind the
@@ -94,6 +71,42 @@ Exit status:
   5  the body cannot be written (--output or standard output)
   6  copy: the end report says "Status: Abort"
 )";
+
+// Where the help of an option starts; a longer option stands on a line of its own.
+constexpr std::size_t kHelpColumn = 22;
+
+void AddOption(std::string& text, const OptionSpec& spec) {
+    std::string label = "  ";
+    if (!spec.alias.empty()) label += std::string(spec.alias) + ", ";
+    label += spec.name;
+    if (!spec.valueName.empty()) label += " " + std::string(spec.valueName);
+    text += label;
+    std::size_t column = label.size();
+    std::string_view help = spec.help;
+    while (!help.empty()) {
+        const std::size_t end = help.find('\n');
+        const std::string_view line = help.substr(0, end);
+        if (column + 1 > kHelpColumn) {
+            text += '\n';
+            column = 0;
+        }
+        text.append(kHelpColumn - column, ' ');
+        text += line;
+        text += '\n';
+        column = 0;
+        help = end == std::string_view::npos ? std::string_view() : help.substr(end + 1);
+    }
+}
+
+}  // namespace
+
+std::string HelpText() {
+    std::string text(kCommands);
+    text += "Options:\n";
+    for (const OptionSpec& spec : OptionTable()) AddOption(text, spec);
+    text += '\n';
+    text += kDetails;
+    return text;
 }
 
 }  // namespace qv::ctl

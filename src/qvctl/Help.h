@@ -1,10 +1,10 @@
 #pragma once
 
-#include <string_view>
+#include <string>
 
 namespace qv::ctl {
 
-// The text of `qvctl --help`.
-std::string_view HelpText();
+// The text of `qvctl --help`; its options come from the options' table.
+std::string HelpText();
 
 }  // namespace qv::ctl

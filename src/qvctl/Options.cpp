@@ -56,6 +56,107 @@ std::optional<std::int64_t> ParseByteCount(std::string_view text) {
     return count;
 }
 
+std::optional<UsageError> NeedsPath(std::string_view name, std::string_view value) {
+    if (!value.empty()) return std::nullopt;
+    return UsageError{std::string(name) + " needs a path"};
+}
+
+using Set = std::optional<UsageError>;
+
+constexpr OptionSpec kOptions[] = {
+    {"--socket", "", "PATH", "The channel (default /tmp/qvipc).",
+     [](OptionReading& r, std::string_view value) -> Set {
+         if (auto error = NeedsPath("--socket", value)) return error;
+         r.options.socketPath = std::string(value);
+         return std::nullopt;
+     }},
+    {"--wait", "", "SECONDS",
+     "How long to wait, 0 to 86400, fractions allowed:\n"
+     "  status, abort: at most this long for the reply\n"
+     "    (default 5); qvctl ends as soon as it is in.\n"
+     "  get, headers, news: the same (default 70, since the\n"
+     "    assistant gives up on a fetch after 60).\n"
+     "  show, hide: how long to stay connected (default 3).\n"
+     "  send: how long to collect replies (default 5).\n"
+     "  copy: at most this long for the end report\n"
+     "    (default: no limit).",
+     [](OptionReading& r, std::string_view value) -> Set {
+         r.options.wait = ParseSeconds(value);
+         if (r.options.wait) return std::nullopt;
+         return UsageError{"--wait takes seconds from 0 to 86400, not " + Quoted(value)};
+     }},
+    {"--raw", "", "",
+     "Show every byte: CR as \\r, LF as \\n and a line break,\n"
+     "a backslash as \\\\, other control bytes as \\xHH.",
+     [](OptionReading& r, std::string_view) -> Set {
+         r.raw = true;
+         return std::nullopt;
+     }},
+    {"--json", "", "",
+     "One JSON object per reply, on one line:\n"
+     "  {\"fields\":[{\"name\":\"Response\",\"value\":\"Status\"},...],\n"
+     "   \"body\":\"<Base64>\"}\n"
+     "The fields are the lines up to the first empty line,\n"
+     "each cut at its first \": \" (a line without one is all\n"
+     "name, with an empty value); the body is everything\n"
+     "behind the empty line, \"\" when there is none.",
+     [](OptionReading& r, std::string_view) -> Set {
+         r.json = true;
+         return std::nullopt;
+     }},
+    {"--output", "", "FILE",
+     "get, headers, news: the body goes to FILE instead of\n"
+     "standard output. FILE is created or emptied first, as\n"
+     "a shell redirection would do. Not with --json.",
+     [](OptionReading& r, std::string_view value) -> Set {
+         if (auto error = NeedsPath("--output", value)) return error;
+         r.options.outputPath = std::string(value);
+         return std::nullopt;
+     }},
+    {"--date", "", "TEXT", "news: the form's key date (default empty).",
+     [](OptionReading& r, std::string_view value) -> Set {
+         r.options.date = std::string(value);
+         return std::nullopt;
+     }},
+    {"--goi", "", "TEXT", "news: the form's key goi (default empty).",
+     [](OptionReading& r, std::string_view value) -> Set {
+         r.options.goi = std::string(value);
+         return std::nullopt;
+     }},
+    {"--total", "", "BYTES",
+     "copy: the bytes the progress counts against\n"
+     "(default SOURCE's size).",
+     [](OptionReading& r, std::string_view value) -> Set {
+         r.options.copy.total = ParseByteCount(value);
+         if (r.options.copy.total) return std::nullopt;
+         return UsageError{"--total takes a number of bytes, not " + Quoted(value)};
+     }},
+    {"--md5", "", "TAG", "copy: the tag that every report echoes\n(default \"qvctl\").",
+     [](OptionReading& r, std::string_view value) -> Set {
+         r.options.copy.tag = std::string(value);
+         return std::nullopt;
+     }},
+    {"--no-reset", "", "",
+     "copy: the assistant's byte count goes on from the\n"
+     "copy before.",
+     [](OptionReading& r, std::string_view) -> Set {
+         r.options.copy.resetAmount = false;
+         return std::nullopt;
+     }},
+    {"--help", "-h", "", "This text.",
+     [](OptionReading& r, std::string_view) -> Set {
+         r.options.help = true;
+         return std::nullopt;
+     }},
+};
+
+const OptionSpec* FindOption(std::string_view name) {
+    for (const OptionSpec& spec : kOptions) {
+        if (spec.name == name || (!spec.alias.empty() && spec.alias == name)) return &spec;
+    }
+    return nullptr;
+}
+
 // Everything after the options: the command word and its arguments.
 std::variant<Options, UsageError> ApplyOperands(Options options, std::span<const std::string_view> operands) {
     if (operands.empty()) return UsageError{"no command given"};
@@ -115,10 +216,12 @@ std::optional<UsageError> CheckOptionsFitTheCommand(const Options& options) {
 
 }  // namespace
 
+std::span<const OptionSpec> OptionTable() {
+    return kOptions;
+}
+
 std::variant<Options, UsageError> ParseOptions(std::span<const std::string_view> args) {
-    Options options;
-    bool raw = false;
-    bool json = false;
+    OptionReading reading;
     std::vector<std::string_view> operands;
     for (std::size_t i = 0; i < args.size(); ++i) {
         const std::string_view arg = args[i];
@@ -130,62 +233,26 @@ std::variant<Options, UsageError> ParseOptions(std::span<const std::string_view>
             operands.push_back(arg);
             continue;
         }
-        if (arg == "-h" || arg == "--help") {
-            options.help = true;
-            continue;
-        }
-        if (arg == "--raw") {
-            raw = true;
-            continue;
-        }
-        if (arg == "--json") {
-            json = true;
-            continue;
-        }
-        if (arg == "--no-reset") {
-            options.copy.resetAmount = false;
-            continue;
-        }
         const auto equals = arg.find('=');
-        const std::string_view name = arg.substr(0, equals);
-        if (name != "--socket" && name != "--wait" && name != "--date" && name != "--goi" &&
-            name != "--output" && name != "--total" && name != "--md5") {
-            return UsageError{"unknown option " + Quoted(arg)};
-        }
+        const OptionSpec* spec = FindOption(arg.substr(0, equals));
+        if (!spec) return UsageError{"unknown option " + Quoted(arg)};
         std::string_view value;
-        if (equals != std::string_view::npos) {
+        if (spec->valueName.empty()) {
+            if (equals != std::string_view::npos)
+                return UsageError{std::string(spec->name) + " takes no value"};
+        } else if (equals != std::string_view::npos) {
             value = arg.substr(equals + 1);
         } else if (i + 1 < args.size()) {
             value = args[++i];
         } else {
-            return UsageError{std::string(name) + " needs a value"};
+            return UsageError{std::string(spec->name) + " needs a value"};
         }
-        if ((name == "--socket" || name == "--output") && value.empty()) {
-            return UsageError{std::string(name) + " needs a path"};
-        }
-        if (name == "--socket") {
-            options.socketPath = std::string(value);
-        } else if (name == "--output") {
-            options.outputPath = std::string(value);
-        } else if (name == "--date") {
-            options.date = std::string(value);
-        } else if (name == "--goi") {
-            options.goi = std::string(value);
-        } else if (name == "--md5") {
-            options.copy.tag = std::string(value);
-        } else if (name == "--total") {
-            options.copy.total = ParseByteCount(value);
-            if (!options.copy.total)
-                return UsageError{"--total takes a number of bytes, not " + Quoted(value)};
-        } else {
-            options.wait = ParseSeconds(value);
-            if (!options.wait)
-                return UsageError{"--wait takes seconds from 0 to 86400, not " + Quoted(value)};
-        }
+        if (auto error = spec->apply(reading, value)) return *error;
     }
+    Options& options = reading.options;
     if (options.help) return options;
-    if (raw && json) return UsageError{"--raw and --json exclude each other"};
-    options.output = raw ? OutputMode::Raw : json ? OutputMode::Json : OutputMode::Text;
+    if (reading.raw && reading.json) return UsageError{"--raw and --json exclude each other"};
+    options.output = reading.raw ? OutputMode::Raw : reading.json ? OutputMode::Json : OutputMode::Text;
     auto applied = ApplyOperands(std::move(options), operands);
     if (const auto* complete = std::get_if<Options>(&applied)) {
         if (auto error = CheckOptionsFitTheCommand(*complete)) return *error;

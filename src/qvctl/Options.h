@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "foundation/Clock.h"
+#include "protocol/CommandText.h"
 #include "qvctl/CopyArguments.h"
 
 namespace qv::ctl {
@@ -20,12 +21,6 @@ enum class Action { Status, Show, Hide, Abort, Send, Get, Headers, News, Copy };
 bool IsFetch(Action action);
 
 enum class OutputMode { Text, Raw, Json };
-
-// One line of a command: its name and its value, as given on the command line.
-struct Field {
-    std::string name;
-    std::string value;
-};
 
 struct Options {
     Action action = Action::Status;
@@ -50,6 +45,27 @@ struct Options {
 struct UsageError {
     std::string message;
 };
+
+// The options while they are read: the raw and json switches are only known
+// to exclude each other once all arguments are in.
+struct OptionReading {
+    Options options;
+    bool raw = false;
+    bool json = false;
+};
+
+// One option of qvctl: the one table that parsing, usage errors and --help
+// are all made from.
+struct OptionSpec {
+    std::string_view name;       // "--socket"
+    std::string_view alias;      // "-h"; empty when there is none
+    std::string_view valueName;  // "PATH"; empty when the option takes no value
+    std::string_view help;       // lines of --help, without their indentation
+    // Sets what the option stands for; `value` is empty for a switch.
+    std::optional<UsageError> (*apply)(OptionReading& reading, std::string_view value);
+};
+
+std::span<const OptionSpec> OptionTable();
 
 // Reads the arguments behind the program name. Options may stand before or
 // after the command; "--" ends the options, so a field of `send` may begin

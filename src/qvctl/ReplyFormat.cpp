@@ -4,8 +4,8 @@
 #include <string_view>
 
 #include "foundation/Base64.h"
+#include "protocol/Report.h"
 #include "qvctl/JsonText.h"
-#include "qvctl/Report.h"
 
 namespace qv::ctl {
 

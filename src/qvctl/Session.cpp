@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "protocol/CommandText.h"
+
 namespace qv::ctl {
 
 SessionPlan PlanFor(const Options& options) {
@@ -16,16 +18,9 @@ Session::Session(RunLoop& loop, SessionPlan plan) : loop_(loop), plan_(std::move
     socket_.onError = [this] { ConnectionLost(); };
 }
 
-Session::~Session() {
-    if (deadline_) loop_.CancelTimer(*deadline_);
-}
-
 void Session::Start() {
     if (plan_.wait) {
-        deadline_ = loop_.AddTimer(loop_.GetClock().Now() + *plan_.wait, [this] {
-            deadline_.reset();
-            WaitOver();
-        });
+        deadline_ = loop_.AddTimer(loop_.GetClock().Now() + *plan_.wait, [this] { WaitOver(); });
     }
     socket_.Connect();
     Send(plan_.frame);
@@ -70,8 +65,7 @@ void Session::ConnectionLost() {
 
 void Session::Finish(Outcome outcome) {
     result_ = outcome;
-    if (deadline_) loop_.CancelTimer(*deadline_);
-    deadline_.reset();
+    deadline_.Reset();
     socket_.Close();
 }
 

@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
-#include "channel/Frame.h"
 #include "foundation/IPCSocket.h"
 #include "foundation/RunLoop.h"
+#include "protocol/Frame.h"
 #include "qvctl/Command.h"
 
 namespace qv::ctl {
@@ -43,7 +43,6 @@ SessionPlan PlanFor(const Options& options);
 class Session {
 public:
     Session(RunLoop& loop, SessionPlan plan);
-    ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
@@ -67,7 +66,7 @@ private:
     SessionPlan plan_;
     IPCSocket socket_;
     FrameBuffer frames_;
-    std::optional<RunLoop::TimerId> deadline_;
+    RunLoop::Pending deadline_;
     int replies_ = 0;
     std::optional<Outcome> result_;
 };

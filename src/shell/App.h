@@ -2,7 +2,7 @@
 
 #include "foundation/Clock.h"
 #include "foundation/RunLoop.h"
-#include "shell/QuitOnSignal.h"
+#include "shell/StopOnSignal.h"
 #include "shell/WindowView.h"
 
 namespace qv {
@@ -29,7 +29,7 @@ private:
     // The one window while the loop runs.
     RSSDownloadWindow* window_ = nullptr;
     RunLoop loop_{clock_};
-    QuitOnSignal quitOnSignal_{loop_};
+    StopOnSignal stopOnSignal_{loop_};
 };
 
 }  // namespace qv

@@ -105,19 +105,43 @@ void RSSDownloadWindow::Layout() {
     view_.ApplyValues(kWindowValues);
 }
 
-MenuItem& RSSDownloadWindow::EditMenu() { return MenuItemNamed<MenuItem>("EditMenu"); }
-MenuItem& RSSDownloadWindow::EditSelectAll() { return MenuItemNamed<MenuItem>("EditSelectAll"); }
-MenuItem& RSSDownloadWindow::UntitledMenu0() { return MenuItemNamed<MenuItem>("UntitledMenu0"); }
-MenuItem& RSSDownloadWindow::EditClear() { return MenuItemNamed<MenuItem>("EditClear"); }
-MenuItem& RSSDownloadWindow::EditPaste() { return MenuItemNamed<MenuItem>("EditPaste"); }
-MenuItem& RSSDownloadWindow::EditCopy() { return MenuItemNamed<MenuItem>("EditCopy"); }
-MenuItem& RSSDownloadWindow::EditCut() { return MenuItemNamed<MenuItem>("EditCut"); }
-MenuItem& RSSDownloadWindow::UntitledMenu1() { return MenuItemNamed<MenuItem>("UntitledMenu1"); }
-MenuItem& RSSDownloadWindow::EditUndo() { return MenuItemNamed<MenuItem>("EditUndo"); }
-MenuItem& RSSDownloadWindow::FileMenu() { return MenuItemNamed<MenuItem>("FileMenu"); }
-QuitMenuItem& RSSDownloadWindow::FileQuit() { return MenuItemNamed<QuitMenuItem>("FileQuit"); }
+MenuItem& RSSDownloadWindow::EditMenu() {
+    return MenuItemNamed<MenuItem>("EditMenu");
+}
+MenuItem& RSSDownloadWindow::EditSelectAll() {
+    return MenuItemNamed<MenuItem>("EditSelectAll");
+}
+MenuItem& RSSDownloadWindow::UntitledMenu0() {
+    return MenuItemNamed<MenuItem>("UntitledMenu0");
+}
+MenuItem& RSSDownloadWindow::EditClear() {
+    return MenuItemNamed<MenuItem>("EditClear");
+}
+MenuItem& RSSDownloadWindow::EditPaste() {
+    return MenuItemNamed<MenuItem>("EditPaste");
+}
+MenuItem& RSSDownloadWindow::EditCopy() {
+    return MenuItemNamed<MenuItem>("EditCopy");
+}
+MenuItem& RSSDownloadWindow::EditCut() {
+    return MenuItemNamed<MenuItem>("EditCut");
+}
+MenuItem& RSSDownloadWindow::UntitledMenu1() {
+    return MenuItemNamed<MenuItem>("UntitledMenu1");
+}
+MenuItem& RSSDownloadWindow::EditUndo() {
+    return MenuItemNamed<MenuItem>("EditUndo");
+}
+MenuItem& RSSDownloadWindow::FileMenu() {
+    return MenuItemNamed<MenuItem>("FileMenu");
+}
+QuitMenuItem& RSSDownloadWindow::FileQuit() {
+    return MenuItemNamed<QuitMenuItem>("FileQuit");
+}
 
-void RSSDownloadWindow::CreateControls() { _CreateControls0(); }
+void RSSDownloadWindow::CreateControls() {
+    _CreateControls0();
+}
 
 void RSSDownloadWindow::_CreateControls0() {
     AddControl("QVIPCSocket", std::make_unique<QVIPCSocket>(loop_));
@@ -188,7 +212,7 @@ void RSSDownloadWindow::Event_Open() {
 void RSSDownloadWindow::MinimizeTimer_Action() {}
 
 void RSSDownloadWindow::Quit(std::int32_t code) {
-    loop_.Quit(code);
+    loop_.Stop(code);
     throw EndException();
 }
 

@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "channel/CommandQueueItemClass.h"
-#include "channel/Frame.h"
 #include "foundation/Clock.h"
 #include "foundation/Exceptions.h"
 #include "foundation/IPCSocket.h"
@@ -15,6 +14,7 @@
 #include "foundation/String.h"
 #include "foundation/Timer.h"
 #include "http/HTTPSocket.h"
+#include "protocol/Frame.h"
 #include "shell/Control.h"
 #include "shell/EditField.h"
 #include "shell/MenuBar1.h"
@@ -121,11 +121,13 @@ public:
                                            const HTTPSocket::Headers& headers, const String& content);
     virtual void RSSTCPSocket_Error(std::int32_t code);
     virtual void SocketTimeoutTimer_Action();
-    virtual void sendPageToQuorvane(const HTTPSocket::Headers& headers, const String& content, std::int32_t httpStatus);
+    virtual void sendPageToQuorvane(const HTTPSocket::Headers& headers, const String& content,
+                                    std::int32_t httpStatus);
 
     // File copy (copy).
     virtual String stringFromBool(bool value);
-    virtual void copyFile(const std::shared_ptr<FolderItem>& source, const std::shared_ptr<FolderItem>& destination);
+    virtual void copyFile(const std::shared_ptr<FolderItem>& source,
+                          const std::shared_ptr<FolderItem>& destination);
     virtual String getScaledSize(std::int64_t size);
     virtual String secondsToString(std::int32_t seconds);
 
@@ -155,6 +157,9 @@ private:
     bool isChannelConnected() const;
     // The CopyFile branch of processCommand.
     void startCopy(const String& text);
+    // The copy's data and reports, from copyFile, which sets and clears its flags.
+    void copyFileData(const std::shared_ptr<FolderItem>& source,
+                      const std::shared_ptr<FolderItem>& destination);
     // The copy's pause after a report: both sockets' events get in.
     void pauseForEvents();
 

@@ -23,12 +23,15 @@ using std::chrono::seconds;
 
 TEST(ClockTest, TicksCountSixtiethsOfASecondAndWrapAsSigned32Bits) {
     const std::pair<Duration, std::int32_t> cases[] = {
-        {nanoseconds(16'666'666), 0}, {nanoseconds(16'666'667), 1}, {seconds(1000) + milliseconds(500), 60030},
-        {seconds(35791394) + nanoseconds(116'666'667), INT32_MAX}, {seconds(35791394) + nanoseconds(133'333'334), INT32_MIN}};
-    for (const auto& [at, ticks] : cases) EXPECT_EQ(Ticks(ManualClock(at)), ticks) << at.count();
+        {nanoseconds(16'666'666), 0},
+        {nanoseconds(16'666'667), 1},
+        {seconds(1000) + milliseconds(500), 60030},
+        {seconds(35791394) + nanoseconds(116'666'667), INT32_MAX},
+        {seconds(35791394) + nanoseconds(133'333'334), INT32_MIN}};
+    for (const auto& [at, ticks] : cases) EXPECT_EQ(Ticks(ManualClock(TimePoint(at))), ticks) << at.count();
     EXPECT_EQ(TicksBetween(INT32_MAX, INT32_MIN), 1) << "across the wrap";
     EXPECT_EQ(TicksAfter(INT32_MAX, 60), INT32_MIN + 59);
-    EXPECT_DOUBLE_EQ(Microseconds(ManualClock(seconds(2) + nanoseconds(1500))), 2'000'001.5);
+    EXPECT_DOUBLE_EQ(Microseconds(ManualClock(TimePoint(seconds(2) + nanoseconds(1500)))), 2'000'001.5);
 }
 
 class LoopTest : public ::testing::Test {
@@ -37,7 +40,7 @@ protected:
     std::vector<int> FiringsAt(Timer& timer, const std::vector<milliseconds>& instants) {
         int fired = 0;
         timer.onAction = [&] { ++fired; };
-        const Duration start = clock.Now();
+        const TimePoint start = clock.Now();
         std::vector<int> counts;
         for (milliseconds at : instants) {
             test::AdvanceTo(loop, clock, start + at);
@@ -53,20 +56,30 @@ TEST_F(LoopTest, APassRunsReadyWatchesThenCallsPostedBeforeItAndSurvivesExceptio
     int fds[2];
     ASSERT_EQ(pipe(fds), 0);
     std::string order;
-    RunLoop::WatchId second = 0;
-    const RunLoop::WatchId first = loop.AddWatch(fds[0], POLLIN, [&](short) {
+    RunLoop::Watch second;
+    RunLoop::Watch first = loop.AddWatch(fds[0], POLLIN, [&](short) {
         char byte;
         EXPECT_EQ(read(fds[0], &byte, 1), 1);
         order += 'w';
-        loop.RemoveWatch(second);  // removed while its readiness is already known
+        second.Reset();  // removed while its readiness is already known
     });
     second = loop.AddWatch(fds[0], POLLIN, [&](short) { order += 'X'; });
-    loop.Post([&] {
+    RunLoop::Pending a = loop.Post([&] {
         order += 'a';
-        loop.Post([&] { order += 'c'; });
+        static_cast<void>(loop.Post([&] { order += 'X'; }));  // a handle dropped at once cancels its call
         throw std::runtime_error("boom");
     });
-    loop.Post([&] { order += 'b'; });
+    RunLoop::Pending c;
+    RunLoop::Pending b = loop.Post([&] {
+        order += 'b';
+        c = loop.Post([&] { order += 'c'; });
+    });
+    RunLoop::Pending cancelled = loop.Post([&] { order += 'X'; });
+    RunLoop::Pending timer = loop.AddTimer(clock.Now(), [&] { order += 'X'; });
+    {
+        RunLoop::Pending moved = std::move(cancelled);
+        timer = RunLoop::Pending();
+    }
     ASSERT_EQ(write(fds[1], "x", 1), 1);
     std::vector<std::string> logged;
     System::ScopedDebugLogSink sink([&](const String& line) { logged.emplace_back(line.Bytes()); });
@@ -75,31 +88,33 @@ TEST_F(LoopTest, APassRunsReadyWatchesThenCallsPostedBeforeItAndSurvivesExceptio
     EXPECT_EQ(logged, std::vector<std::string>{"QVAssistant: unhandled exception: boom"});
     loop.RunOnce(Duration::zero());
     EXPECT_EQ(order, "wabc");
-    loop.RemoveWatch(first);
+    first.Reset();
     close(fds[0]);
     close(fds[1]);
 
-    // Quit's unwinding stops the pass and keeps the status.
-    loop.Post([&] {
-        loop.Quit(0);
+    // Stop's unwinding ends the pass and keeps the status.
+    RunLoop::Pending stop = loop.Post([&] {
+        loop.Stop(0);
         throw EndException();
     });
-    loop.Post([&] { order += 'X'; });
+    RunLoop::Pending after = loop.Post([&] { order += 'X'; });
     loop.Run();
-    EXPECT_TRUE(loop.IsQuitting());
+    EXPECT_TRUE(loop.Stopping());
     EXPECT_EQ(order, "wabc");
     EXPECT_EQ(loop.ExitStatus(), 0);
     EXPECT_EQ(logged.size(), 1u);
 }
 
 TEST_F(LoopTest, TimersFireNeverOnceOrEveryPeriodInOrderOfTheirDueTime) {
-    const std::pair<std::int32_t, std::vector<int>> modes[] = {
-        {Timer::ModeOff, {0, 0, 0, 0}}, {Timer::ModeSingle, {0, 1, 1, 1}}, {Timer::ModeMultiple, {0, 1, 2, 10}}};
+    const std::pair<std::int32_t, std::vector<int>> modes[] = {{Timer::ModeOff, {0, 0, 0, 0}},
+                                                               {Timer::ModeSingle, {0, 1, 1, 1}},
+                                                               {Timer::ModeMultiple, {0, 1, 2, 10}}};
     for (const auto& [mode, expected] : modes) {
         Timer timer(loop);
         timer.SetPeriod(1000);
         timer.SetMode(mode);
-        EXPECT_EQ(FiringsAt(timer, {milliseconds(999), milliseconds(1000), milliseconds(2500), milliseconds(10000)}),
+        EXPECT_EQ(FiringsAt(timer,
+                            {milliseconds(999), milliseconds(1000), milliseconds(2500), milliseconds(10000)}),
                   expected)
             << "mode " << mode;
     }
@@ -143,7 +158,7 @@ TEST_F(LoopTest, ATickDueWhileAHandlerRunsIsDroppedAndTheNextComesAFullPeriodAft
         Timer timer(loop);
         timer.SetPeriod(2000);
         timer.SetMode(Timer::ModeMultiple);
-        const Duration start = clock.Now();
+        const TimePoint start = clock.Now();
         std::vector<Duration> firedAt;
         timer.onAction = [&] {
             firedAt.push_back(clock.Now() - start);
@@ -169,6 +184,7 @@ TEST_F(LoopTest, SignalsArriveAsLoopEventsOnceEachInOrder) {
         loop.RunOnce(milliseconds(100));
         loop.RunOnce(milliseconds(10));
         EXPECT_EQ(seen, (std::vector<int>{SIGUSR1, SIGINT, SIGUSR1}));
+        EXPECT_THROW(SignalWatch(loop, {SIGUSR2}, [](int) {}), std::logic_error) << "one watch at a time";
     }
     struct sigaction now {};
     sigaction(SIGUSR1, nullptr, &now);

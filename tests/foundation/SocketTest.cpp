@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -27,11 +28,13 @@ struct Recording {
         socket.onConnected = [this] { events.push_back("connected"); };
         socket.onDataAvailable = [this] { events.push_back("data"); };
         socket.onError = [this] {
-            events.push_back("error " + std::to_string(socket.LastErrorCode()) + " " + std::string(socket.Lookahead().Bytes()));
+            events.push_back("error " + std::to_string(socket.LastErrorCode()) + " " +
+                             std::string(socket.Lookahead().Bytes()));
         };
     }
     bool Saw(const std::string& prefix) const {
-        return std::any_of(events.begin(), events.end(), [&](const std::string& e) { return e.starts_with(prefix); });
+        return std::any_of(events.begin(), events.end(),
+                           [&](const std::string& e) { return e.starts_with(prefix); });
     }
     Socket socket;
     Events events;
@@ -75,7 +78,27 @@ TEST_F(SocketTest, DataBeforeARemoteCloseComesFirstAndStaysReadableDuringError) 
     EXPECT_EQ(s.socket.ReadAll().Bytes(), " page");
 }
 
-TEST_F(SocketTest, ALocalCloseRaisesNothingAndFailuresToConnectComeFromTheLoop) {
+TEST_F(SocketTest, ALocalCloseOrDestructionRaisesNothingAndFailuresToConnectComeFromTheLoop) {
+    // A handler that destroys its own socket, with an Error still to come.
+    auto doomed = std::make_unique<TCPSocket>(loop);
+    int doomedEvents = 0;
+    doomed->onConnected = [&] { ++doomedEvents; };
+    doomed->onDataAvailable = [&] {
+        ++doomedEvents;
+        doomed.reset();
+    };
+    doomed->onError = [&] { ++doomedEvents; };
+    doomed->SetAddress("127.0.0.1");
+    doomed->SetPort(server.Port());
+    doomed->Connect();
+    const int doomedPeer = server.Accept();
+    test::WriteAll(doomedPeer, "bye");
+    close(doomedPeer);
+    EXPECT_TRUE(test::RunUntil(loop, [&] { return !doomed; }));
+    test::RunUntil(
+        loop, [] { return false; }, milliseconds(50));
+    EXPECT_EQ(doomedEvents, 2);
+
     Recording<TCPSocket> open(loop), connecting(loop);
     const int peer = Connect(open);
     open.socket.Close();
@@ -87,7 +110,8 @@ TEST_F(SocketTest, ALocalCloseRaisesNothingAndFailuresToConnectComeFromTheLoop) 
     connecting.socket.Close();
     connecting.socket.Write("nobody listens");
     EXPECT_EQ(connecting.socket.BytesLeftToSend(), 0);
-    test::RunUntil(loop, [] { return false; }, milliseconds(200));
+    test::RunUntil(
+        loop, [] { return false; }, milliseconds(200));
     EXPECT_EQ(open.events, Events{"connected"});
     EXPECT_TRUE(connecting.events.empty());
 
@@ -96,8 +120,10 @@ TEST_F(SocketTest, ALocalCloseRaisesNothingAndFailuresToConnectComeFromTheLoop) 
     const struct {
         const char* host;
         std::int32_t port, code;
-    } cases[] = {{"127.0.0.1", closedPort, SocketError::LostConnection}, {"127.0.0.1", 0, SocketError::InvalidPort},
-                 {"127.0.0.1", 65536, SocketError::InvalidPort}, {"", 80, SocketError::NameNotResolved}};
+    } cases[] = {{"127.0.0.1", closedPort, SocketError::LostConnection},
+                 {"127.0.0.1", 0, SocketError::InvalidPort},
+                 {"127.0.0.1", 65536, SocketError::InvalidPort},
+                 {"", 80, SocketError::NameNotResolved}};
     for (const auto& c : cases) {
         Recording<TCPSocket> s(loop);
         s.socket.SetAddress(c.host);
@@ -132,7 +158,8 @@ TEST_F(SocketTest, PollDeliversOnlyItsOwnSocketsEventsAndALargeWriteArrivesWhole
     std::string received;
     std::thread reader([&] { received = test::ReadAvailable(peerB, 10000); });
     b.socket.Write(String(payload));
-    EXPECT_TRUE(test::RunUntil(loop, [&] { return b.socket.BytesLeftToSend() == 0; }, milliseconds(10000)));
+    EXPECT_TRUE(test::RunUntil(
+        loop, [&] { return b.socket.BytesLeftToSend() == 0; }, milliseconds(10000)));
     b.socket.Close();
     reader.join();
     EXPECT_TRUE(received == payload);

@@ -13,9 +13,10 @@
 
 namespace qv::test {
 
-void AdvanceTo(RunLoop& loop, ManualClock& clock, Duration until) {
+void AdvanceTo(RunLoop& loop, ManualClock& clock, TimePoint until) {
     loop.RunOnce(Duration::zero());
-    for (auto due = loop.NextTimerDue(); !loop.IsQuitting() && due && *due <= until; due = loop.NextTimerDue()) {
+    for (auto due = loop.NextTimerDue(); !loop.Stopping() && due && *due <= until;
+         due = loop.NextTimerDue()) {
         if (*due > clock.Now()) clock.Set(*due);
         loop.RunOnce(Duration::zero());
     }
@@ -27,7 +28,7 @@ bool RunUntil(RunLoop& loop, const std::function<bool()>& done, std::chrono::mil
     const auto deadline = std::chrono::steady_clock::now() + limit;
     while (!done()) {
         const auto left = deadline - std::chrono::steady_clock::now();
-        if (left <= std::chrono::steady_clock::duration::zero() || loop.IsQuitting()) return done();
+        if (left <= std::chrono::steady_clock::duration::zero() || loop.Stopping()) return done();
         loop.RunOnce(std::min<Duration>(left, std::chrono::milliseconds(20)));
     }
     return true;

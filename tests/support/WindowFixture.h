@@ -34,7 +34,7 @@ protected:
 
     ManualClock clock;
     RunLoop loop{clock};
-    const Duration created = clock.Now();
+    const TimePoint created = clock.Now();
     TempDir dir;
     std::string channelPath = dir.File("qvipc");
     HeadlessView view;

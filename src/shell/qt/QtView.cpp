@@ -1,5 +1,8 @@
 #include "shell/qt/QtView.h"
 
+#include <unistd.h>
+#include <xcb/xcb.h>
+
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
@@ -7,9 +10,6 @@
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QPlainTextEdit>
-#include <unistd.h>
-#include <xcb/xcb.h>
-
 #include <cstdlib>
 #include <string>
 
@@ -98,7 +98,8 @@ QtView::~QtView() {
 }
 
 void QtView::SetMenuBar(const MenuItem& menuBar) {
-    for (const auto& top : menuBar.Children()) AddMenu(*top, window_->menuBar()->addMenu(ToQString(top->Text)));
+    for (const auto& top : menuBar.Children())
+        AddMenu(*top, window_->menuBar()->addMenu(ToQString(top->Text)));
 }
 
 void QtView::AddMenu(const MenuItem& menu, QMenu* into) {
@@ -110,7 +111,7 @@ void QtView::AddMenu(const MenuItem& menu, QMenu* into) {
         QAction* action = into->addAction(ToQString(item->Text));
         action->setShortcut(Shortcut(item->KeyboardShortcut));
         if (dynamic_cast<const QuitMenuItem*>(item.get())) {
-            QObject::connect(action, &QAction::triggered, [this] { loop_.Quit(0); });
+            QObject::connect(action, &QAction::triggered, [this] { loop_.Stop(0); });
             continue;
         }
         // The usual text commands, on the one text control there is.
@@ -143,8 +144,10 @@ void QtView::ApplyValues(const WindowValues& values) {
 std::unique_ptr<EditField> QtView::MakeEditField(const EditFieldValues& values) {
     log_ = new QPlainTextEdit(window_->centralWidget());
     log_->setGeometry(values.Left, values.Top, values.Width, values.Height);
-    log_->setVerticalScrollBarPolicy(values.ScrollbarVertical ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAsNeeded);
-    log_->setHorizontalScrollBarPolicy(values.ScrollbarHorizontal ? Qt::ScrollBarAsNeeded : Qt::ScrollBarAlwaysOff);
+    log_->setVerticalScrollBarPolicy(values.ScrollbarVertical ? Qt::ScrollBarAlwaysOn
+                                                              : Qt::ScrollBarAsNeeded);
+    log_->setHorizontalScrollBarPolicy(values.ScrollbarHorizontal ? Qt::ScrollBarAsNeeded
+                                                                  : Qt::ScrollBarAlwaysOff);
     log_->setLineWrapMode(values.Multiline ? QPlainTextEdit::WidgetWidth : QPlainTextEdit::NoWrap);
     log_->setReadOnly(values.ReadOnly);
     log_->setTabChangesFocus(!values.AcceptTabs);
@@ -154,8 +157,14 @@ std::unique_ptr<EditField> QtView::MakeEditField(const EditFieldValues& values) 
     return std::make_unique<QtEditField>(*log_);
 }
 
-bool QtView::Visible() const { return window_->isVisible(); }
-void QtView::Hide() { window_->hide(); }
-void QtView::Show() { window_->show(); }
+bool QtView::Visible() const {
+    return window_->isVisible();
+}
+void QtView::Hide() {
+    window_->hide();
+}
+void QtView::Show() {
+    window_->show();
+}
 
 }  // namespace qv

@@ -1,4 +1,4 @@
-#include "channel/PayloadCodec.h"
+#include "protocol/PayloadCodec.h"
 
 #include <string>
 
@@ -34,18 +34,22 @@ String zCompress(const String& text) {
 
 String zDecompress(const String& data) {
     const std::string_view bytes = data.Bytes();
-    const auto size = static_cast<std::int32_t>(ByteAt(bytes, 2) * 65536 + ByteAt(bytes, 1) * 256 + ByteAt(bytes, 0));
+    const auto size =
+        static_cast<std::int32_t>(ByteAt(bytes, 2) * 65536 + ByteAt(bytes, 1) * 256 + ByteAt(bytes, 0));
     ZCompression compression;
     const String text = compression.DecompressBytes(MidB(data, kPrefixBytes + 1), size);
     if (compression.ErrorValue() != 0) return String();
     // A text longer than the prefix says is no message, unless it is 16 MiB
     // or more and the prefix has wrapped, as the sender's does.
-    if (text.Size() > static_cast<std::size_t>(size) && text.Size() % kSizeModulus != static_cast<std::size_t>(size)) {
+    if (text.Size() > static_cast<std::size_t>(size) &&
+        text.Size() % kSizeModulus != static_cast<std::size_t>(size)) {
         return String();
     }
     return text;
 }
 
-String setToUTF8(const String& text) { return DefineEncoding(text, Encoding::UTF8); }
+String setToUTF8(const String& text) {
+    return DefineEncoding(text, Encoding::UTF8);
+}
 
 }  // namespace qv

@@ -5,11 +5,11 @@
 
 namespace qv {
 
-// Turns SIGINT and SIGTERM into a clean Quit(0) of the loop, so that a person
+// Turns SIGINT and SIGTERM into a clean Stop(0) of the loop, so that a person
 // who stops the assistant by hand leaves no socket file behind.
-class QuitOnSignal {
+class StopOnSignal {
 public:
-    explicit QuitOnSignal(RunLoop& loop);
+    explicit StopOnSignal(RunLoop& loop);
 
 private:
     SignalWatch watch_;

@@ -1,6 +1,6 @@
-#include "qvctl/Report.h"
+#include "protocol/Report.h"
 
-namespace qv::ctl {
+namespace qv {
 
 namespace {
 
@@ -33,4 +33,4 @@ std::vector<std::pair<std::string_view, std::string_view>> ReportFields(std::str
     return fields;
 }
 
-}  // namespace qv::ctl
+}  // namespace qv

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-namespace qv::ctl {
+namespace qv {
 
 // A reply cut where its lines end. Page and news reports are lines, an empty
 // line and a body of raw bytes that may hold anything, empty lines included;
@@ -24,4 +24,4 @@ ReportParts SplitReport(std::string_view text);
 // one is all name, with an empty value. A last line without CR LF counts.
 std::vector<std::pair<std::string_view, std::string_view>> ReportFields(std::string_view lines);
 
-}  // namespace qv::ctl
+}  // namespace qv

@@ -41,7 +41,8 @@ public:
     std::string_view Pending() const { return bytes_.View(); }
 
 private:
-    static std::optional<std::size_t> Search(std::string_view bytes, std::string_view marker, std::size_t& searchedTo);
+    static std::optional<std::size_t> Search(std::string_view bytes, std::string_view marker,
+                                             std::size_t& searchedTo);
 
     ByteQueue bytes_;
     // Offsets from the front of the buffer: the first marker found, or where

@@ -1,10 +1,10 @@
-#include "channel/Frame.h"
+#include "protocol/Frame.h"
 
 #include <string>
 
-#include "channel/PayloadCodec.h"
 #include "foundation/Base64.h"
 #include "foundation/TextFunctions.h"
+#include "protocol/PayloadCodec.h"
 
 namespace qv {
 
@@ -22,7 +22,9 @@ String DecodePayload(std::string_view payload) {
     return setToUTF8(zDecompress(Base64Decode(String(payload))));
 }
 
-void FrameBuffer::Append(std::string_view bytes) { bytes_.Append(bytes); }
+void FrameBuffer::Append(std::string_view bytes) {
+    bytes_.Append(bytes);
+}
 
 std::optional<std::size_t> FrameBuffer::Search(std::string_view bytes, std::string_view marker,
                                                std::size_t& searchedTo) {
