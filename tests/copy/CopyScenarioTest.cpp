@@ -25,9 +25,7 @@ std::string ReadFile(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
-void WriteFile(const std::string& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
-}
+void WriteFile(const std::string& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
 
 std::string Bytes(std::size_t size) {
     std::string bytes(size, '\0');
@@ -48,8 +46,7 @@ std::string Progress(const std::string& barPos, const std::string& message) {
 // pause, so time here moves on at every reading of the clock.
 class CopyScenarioTest : public ::testing::Test {
 protected:
-    explicit CopyScenarioTest(Duration step = std::chrono::milliseconds(25),
-                              TimePoint start = TimePoint(std::chrono::hours(1)))
+    explicit CopyScenarioTest(Duration step = std::chrono::milliseconds(25), TimePoint start = TimePoint(std::chrono::hours(1)))
         : clock(step, start) {
         fs::create_directory(source);
         fs::create_directory(target);
@@ -99,9 +96,7 @@ TEST_F(CopyScenarioTest, ChunksOfTwoMebibytesTheFirstAlwaysReportedAndTheExactRe
         {2097153, 2097153, {Progress("400", "2.0 MB of 2.0 MB, 00:00 elapsed"), End("Complete")}},
         {1000, 1000, {Progress("500", "1000.0 bytes of 1000.0 bytes, 00:00 elapsed"), End("Complete")}},
         // A total under 400 divides by 0: the largest 64-bit value, not 2^63.
-        {1000,
-         0,
-         {Progress("9223372036854775807", "1000.0 bytes of 0.0 bytes, 00:00 elapsed"), End("Complete")}},
+        {1000, 0, {Progress("9223372036854775807", "1000.0 bytes of 0.0 bytes, 00:00 elapsed"), End("Complete")}},
     };
     for (const auto& c : cases) {
         const std::string bytes = Bytes(c.size);
@@ -122,8 +117,8 @@ TEST_F(CopyScenarioTest, ChunksOfTwoMebibytesTheFirstAlwaysReportedAndTheExactRe
 
 TEST_F(CopyScenarioTest, AnAbortDuringThePauseDeletesTheDestinationButOneQueuedBehindComesAfter) {
     WriteFile(source + "/big", Bytes(3 * 2097152));
-    const Replies replies =
-        Run(CopyCommand(source + "/big", "big", 3 * 2097152), test::Command({{"Command", "CopyFileAbort"}}));
+    const Replies replies = Run(CopyCommand(source + "/big", "big", 3 * 2097152),
+                                test::Command({{"Command", "CopyFileAbort"}}));
     ASSERT_EQ(replies.size(), 2u);
     EXPECT_NE(replies[0].find("Status: InProgress"), std::string::npos);
     EXPECT_EQ(replies[1], End("Abort"));
@@ -210,9 +205,8 @@ constexpr auto kTickWrap = std::chrono::duration<std::int64_t, std::ratio<1, 60>
 class CopyAcrossTheTickWrapTest : public CopyScenarioTest {
 protected:
     CopyAcrossTheTickWrapTest()
-        : CopyScenarioTest(
-              std::chrono::milliseconds(250),
-              TimePoint(std::chrono::duration_cast<Duration>(kTickWrap) - std::chrono::seconds(1))) {}
+        : CopyScenarioTest(std::chrono::milliseconds(250),
+                           TimePoint(std::chrono::duration_cast<Duration>(kTickWrap) - std::chrono::seconds(1))) {}
 };
 
 TEST_F(CopyAcrossTheTickWrapTest, ReportsComeOnceASecondAcrossTheWrapAndAfterIt) {

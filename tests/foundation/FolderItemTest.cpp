@@ -1,10 +1,11 @@
+#include "foundation/FolderItem.h"
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <string>
 
-#include "foundation/FolderItem.h"
 #include "support/Support.h"
 
 namespace qv {
@@ -15,8 +16,7 @@ TEST(FolderItemTest, PathsStreamsAndKindsOfFiles) {
     test::TempDir dir;
     const auto item = [&](const std::string& name) { return GetFolderItem(String(dir.File(name))); };
     EXPECT_FALSE(GetFolderItem(""));
-    EXPECT_EQ(GetFolderItem("/tmp/x//")->NativePath().Bytes(), "/tmp/x/")
-        << "one trailing slash: a folder only";
+    EXPECT_EQ(GetFolderItem("/tmp/x//")->NativePath().Bytes(), "/tmp/x/") << "one trailing slash: a folder only";
     EXPECT_EQ(GetFolderItem("a//b")->Parent()->NativePath().Bytes(), "a");
     EXPECT_FALSE(GetFolderItem("/")->Parent());
     EXPECT_FALSE(GetFolderItem("/x")->Child("")) << "an empty name must not give the folder back";
@@ -56,8 +56,7 @@ TEST(FolderItemTest, PathsStreamsAndKindsOfFiles) {
     // A FIFO with no writer would hold an ordinary open for ever.
     ASSERT_EQ(::mkfifo(dir.File("fifo").c_str(), 0600), 0);
     item("folder")->CreateAsFolder();
-    EXPECT_TRUE(item("fifo")->IsSpecialFile() && !item("folder")->IsSpecialFile() &&
-                !item("big")->IsSpecialFile());
+    EXPECT_TRUE(item("fifo")->IsSpecialFile() && !item("folder")->IsSpecialFile() && !item("big")->IsSpecialFile());
     for (const char* name : {"folder", "fifo", "big/", "missing"}) {
         EXPECT_FALSE(item(name)->OpenAsBinaryFile(false)) << name;
         EXPECT_TRUE(std::string(name) == "missing" || !item(name)->CreateBinaryFile("unknown")) << name;

@@ -23,11 +23,8 @@ using std::chrono::seconds;
 
 TEST(ClockTest, TicksCountSixtiethsOfASecondAndWrapAsSigned32Bits) {
     const std::pair<Duration, std::int32_t> cases[] = {
-        {nanoseconds(16'666'666), 0},
-        {nanoseconds(16'666'667), 1},
-        {seconds(1000) + milliseconds(500), 60030},
-        {seconds(35791394) + nanoseconds(116'666'667), INT32_MAX},
-        {seconds(35791394) + nanoseconds(133'333'334), INT32_MIN}};
+        {nanoseconds(16'666'666), 0}, {nanoseconds(16'666'667), 1}, {seconds(1000) + milliseconds(500), 60030},
+        {seconds(35791394) + nanoseconds(116'666'667), INT32_MAX}, {seconds(35791394) + nanoseconds(133'333'334), INT32_MIN}};
     for (const auto& [at, ticks] : cases) EXPECT_EQ(Ticks(ManualClock(TimePoint(at))), ticks) << at.count();
     EXPECT_EQ(TicksBetween(INT32_MAX, INT32_MIN), 1) << "across the wrap";
     EXPECT_EQ(TicksAfter(INT32_MAX, 60), INT32_MIN + 59);
@@ -106,15 +103,13 @@ TEST_F(LoopTest, APassRunsReadyWatchesThenCallsPostedBeforeItAndSurvivesExceptio
 }
 
 TEST_F(LoopTest, TimersFireNeverOnceOrEveryPeriodInOrderOfTheirDueTime) {
-    const std::pair<std::int32_t, std::vector<int>> modes[] = {{Timer::ModeOff, {0, 0, 0, 0}},
-                                                               {Timer::ModeSingle, {0, 1, 1, 1}},
-                                                               {Timer::ModeMultiple, {0, 1, 2, 10}}};
+    const std::pair<std::int32_t, std::vector<int>> modes[] = {
+        {Timer::ModeOff, {0, 0, 0, 0}}, {Timer::ModeSingle, {0, 1, 1, 1}}, {Timer::ModeMultiple, {0, 1, 2, 10}}};
     for (const auto& [mode, expected] : modes) {
         Timer timer(loop);
         timer.SetPeriod(1000);
         timer.SetMode(mode);
-        EXPECT_EQ(FiringsAt(timer,
-                            {milliseconds(999), milliseconds(1000), milliseconds(2500), milliseconds(10000)}),
+        EXPECT_EQ(FiringsAt(timer, {milliseconds(999), milliseconds(1000), milliseconds(2500), milliseconds(10000)}),
                   expected)
             << "mode " << mode;
     }

@@ -1,3 +1,5 @@
+#include "foundation/SocketPathClaim.h"
+
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -9,7 +11,6 @@
 #include <fstream>
 #include <string>
 
-#include "foundation/SocketPathClaim.h"
 #include "support/Support.h"
 
 namespace qv {
@@ -41,8 +42,7 @@ TEST(SocketPathClaimTest, ALiveClaimKeepsOthersOutLeavesNoFileBehindAndNamesOnly
         EXPECT_EQ(secondFd, -1);
         EXPECT_EQ(Inode(path), live) << "the live socket is untouched";
         EXPECT_EQ(std::distance(fs::directory_iterator(dir.Path()), {}), 1) << "the socket alone";
-        EXPECT_EQ(elsewhere.Claim(otherFolder.File("qvipc"), otherFd), 0)
-            << "the same name elsewhere is another channel";
+        EXPECT_EQ(elsewhere.Claim(otherFolder.File("qvipc"), otherFd), 0) << "the same name elsewhere is another channel";
         const int peer = test::ConnectLocal(path);
         EXPECT_GE(peer, 0);
         for (const int fd : {peer, listenFd, otherFd}) close(fd);

@@ -28,13 +28,11 @@ struct Recording {
         socket.onConnected = [this] { events.push_back("connected"); };
         socket.onDataAvailable = [this] { events.push_back("data"); };
         socket.onError = [this] {
-            events.push_back("error " + std::to_string(socket.LastErrorCode()) + " " +
-                             std::string(socket.Lookahead().Bytes()));
+            events.push_back("error " + std::to_string(socket.LastErrorCode()) + " " + std::string(socket.Lookahead().Bytes()));
         };
     }
     bool Saw(const std::string& prefix) const {
-        return std::any_of(events.begin(), events.end(),
-                           [&](const std::string& e) { return e.starts_with(prefix); });
+        return std::any_of(events.begin(), events.end(), [&](const std::string& e) { return e.starts_with(prefix); });
     }
     Socket socket;
     Events events;
@@ -110,8 +108,7 @@ TEST_F(SocketTest, ALocalCloseOrDestructionRaisesNothingAndFailuresToConnectCome
     connecting.socket.Close();
     connecting.socket.Write("nobody listens");
     EXPECT_EQ(connecting.socket.BytesLeftToSend(), 0);
-    test::RunUntil(
-        loop, [] { return false; }, milliseconds(200));
+    test::RunUntil(loop, [] { return false; }, milliseconds(200));
     EXPECT_EQ(open.events, Events{"connected"});
     EXPECT_TRUE(connecting.events.empty());
 
@@ -120,10 +117,8 @@ TEST_F(SocketTest, ALocalCloseOrDestructionRaisesNothingAndFailuresToConnectCome
     const struct {
         const char* host;
         std::int32_t port, code;
-    } cases[] = {{"127.0.0.1", closedPort, SocketError::LostConnection},
-                 {"127.0.0.1", 0, SocketError::InvalidPort},
-                 {"127.0.0.1", 65536, SocketError::InvalidPort},
-                 {"", 80, SocketError::NameNotResolved}};
+    } cases[] = {{"127.0.0.1", closedPort, SocketError::LostConnection}, {"127.0.0.1", 0, SocketError::InvalidPort},
+                 {"127.0.0.1", 65536, SocketError::InvalidPort}, {"", 80, SocketError::NameNotResolved}};
     for (const auto& c : cases) {
         Recording<TCPSocket> s(loop);
         s.socket.SetAddress(c.host);
@@ -158,8 +153,7 @@ TEST_F(SocketTest, PollDeliversOnlyItsOwnSocketsEventsAndALargeWriteArrivesWhole
     std::string received;
     std::thread reader([&] { received = test::ReadAvailable(peerB, 10000); });
     b.socket.Write(String(payload));
-    EXPECT_TRUE(test::RunUntil(
-        loop, [&] { return b.socket.BytesLeftToSend() == 0; }, milliseconds(10000)));
+    EXPECT_TRUE(test::RunUntil(loop, [&] { return b.socket.BytesLeftToSend() == 0; }, milliseconds(10000)));
     b.socket.Close();
     reader.join();
     EXPECT_TRUE(received == payload);

@@ -12,9 +12,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-String Utf8(std::string_view bytes) {
-    return String(bytes, Encoding::UTF8);
-}
+String Utf8(std::string_view bytes) { return String(bytes, Encoding::UTF8); }
 
 // "h", "é", "€": three characters in six bytes.
 const String kMarked = Utf8("h\xC3\xA9\xE2\x82\xAC");
@@ -23,10 +21,8 @@ TEST(TextTest, SameTextFoldsOnlyAsciiLettersAndJoiningKeepsAnyMark) {
     const std::pair<String, String> same[] = {{"getnews", "GetNews"}, {"", String()}, {"a\0b"sv, "A\0B"sv}};
     const std::pair<String, String> differ[] = {
         {"abc", "ab"}, {"[", "{"}, {"@", "`"}, {"\xC3\xA9", "\xC3\x89"}, {"a\0b"sv, "a"}};
-    for (const auto& [left, right] : same)
-        EXPECT_TRUE(SameText(left, right) && SameText(right, left)) << left.Bytes();
-    for (const auto& [left, right] : differ)
-        EXPECT_FALSE(SameText(left, right) || SameText(right, left)) << left.Bytes();
+    for (const auto& [left, right] : same) EXPECT_TRUE(SameText(left, right) && SameText(right, left)) << left.Bytes();
+    for (const auto& [left, right] : differ) EXPECT_FALSE(SameText(left, right) || SameText(right, left)) << left.Bytes();
 
     const String emptyMarked(""sv, Encoding::UTF8);
     EXPECT_EQ((String("ab") + "cd").Bytes(), "abcd");
@@ -49,8 +45,8 @@ TEST(TextTest, CuttingCountsBytesOrTheCharactersOfMarkedText) {
     const struct {
         std::int32_t start, length;
         std::string_view expected;
-    } cases[] = {{2, 99, "bc"}, {4, 9, ""},    {2, 1, "b"},           {2, -3, ""},       {2, 0, ""},
-                 {0, 9, "abc"}, {-5, 2, "ab"}, {1, INT32_MAX, "abc"}, {INT32_MAX, 1, ""}};
+    } cases[] = {{2, 99, "bc"}, {4, 9, ""}, {2, 1, "b"}, {2, -3, ""}, {2, 0, ""}, {0, 9, "abc"},
+                 {-5, 2, "ab"}, {1, INT32_MAX, "abc"}, {INT32_MAX, 1, ""}};
     for (const auto& c : cases) {
         EXPECT_EQ(Mid("abc", c.start, c.length).Bytes(), c.expected) << c.start << " " << c.length;
         EXPECT_EQ(MidB("abc", c.start, c.length).Bytes(), c.expected) << c.start << " " << c.length;
@@ -69,9 +65,7 @@ TEST(TextTest, CuttingCountsBytesOrTheCharactersOfMarkedText) {
     EXPECT_EQ(Right(kMarked, 1).Bytes(), "\xE2\x82\xAC");
     EXPECT_EQ(MidB(kMarked, 3).Bytes(), "\xA9\xE2\x82\xAC");
     // Stray continuation bytes ride with the character before them; the first byte always starts one.
-    const String malformed = Utf8(
-        "\x80\x80"
-        "a\xFF");
+    const String malformed = Utf8("\x80\x80" "a\xFF");
     EXPECT_EQ(Len(malformed), 3);
     EXPECT_EQ(Left(malformed, 1).Bytes(), "\x80\x80");
     EXPECT_EQ(Mid(malformed, 2).Bytes(), "a\xFF");
@@ -82,12 +76,10 @@ TEST(TextTest, InStrIgnoresLetterCaseCountsCharactersAndStaysLinear) {
         std::int32_t start;
         std::string_view text, find;
         std::int32_t expected;
-    } cases[] = {{0, "abc", "z", 0},     {0, "abcabc", "B", 2}, {3, "abcabc", "b", 5},
-                 {6, "abcabc", "b", 0},  {-4, "abc", "a", 1},   {0, "abc", "C", 3},
-                 {0, "abc", "abcd", 0},  {0, "abc", "", 0},     {0, "AxAB", "ab", 3},
-                 {0, "aaAaB", "AAB", 3}, {0, "a[b", "{", 0},    {0, "\xC3\xA9", "\xC3\x89", 0}};
-    for (const auto& c : cases)
-        EXPECT_EQ(InStr(c.start, c.text, c.find), c.expected) << c.text << " " << c.find;
+    } cases[] = {{0, "abc", "z", 0},   {0, "abcabc", "B", 2}, {3, "abcabc", "b", 5}, {6, "abcabc", "b", 0},
+                 {-4, "abc", "a", 1},  {0, "abc", "C", 3},    {0, "abc", "abcd", 0}, {0, "abc", "", 0},
+                 {0, "AxAB", "ab", 3}, {0, "aaAaB", "AAB", 3}, {0, "a[b", "{", 0}, {0, "\xC3\xA9", "\xC3\x89", 0}};
+    for (const auto& c : cases) EXPECT_EQ(InStr(c.start, c.text, c.find), c.expected) << c.text << " " << c.find;
     const String marked = kMarked + "x\xE2\x82\xAC";
     EXPECT_EQ(InStr(4, marked, "\xE2\x82\xAC"), 5);
     EXPECT_EQ(InStr(0, marked, "\xA9"), 2) << "a match inside a character reports that character";
@@ -104,11 +96,7 @@ TEST(TextTest, InStrIgnoresLetterCaseCountsCharactersAndStaysLinear) {
 
 TEST(TextTest, FieldsReplacingTrimmingAndCharacterCodes) {
     const std::pair<std::string_view, std::vector<std::string_view>> byColon[] = {
-        {"a:b", {"a", "b"}},
-        {"", {""}},
-        {":", {"", ""}},
-        {"a::b:", {"a", "", "b", ""}},
-        {"aXbxc", {"aXbxc"}}};
+        {"a:b", {"a", "b"}}, {"", {""}}, {":", {"", ""}}, {"a::b:", {"a", "", "b", ""}}, {"aXbxc", {"aXbxc"}}};
     for (const auto& [text, fields] : byColon) {
         const auto count = static_cast<std::int32_t>(fields.size());
         EXPECT_EQ(CountFields(text, ":"), count) << text;
@@ -130,15 +118,9 @@ TEST(TextTest, FieldsReplacingTrimmingAndCharacterCodes) {
     EXPECT_EQ(LTrim(" \t\r\n\v\fab c ").Bytes(), "ab c ");
     EXPECT_EQ(LTrim(Utf8(" \xC3\xA9")).GetEncoding(), Encoding::UTF8);
 
-    const std::pair<String, std::int32_t> asc[] = {{"", 0},
-                                                   {"\xFF", 255},
-                                                   {String("\xC3\xA9"), 0xC3},
-                                                   {Utf8("\xC3\xA9x"), 0xE9},
-                                                   {Utf8("\xF0\x9F\x98\x80"), 0x1F600},
-                                                   {Utf8("\xC3"), 0xC3},
-                                                   {Utf8("\xC0\x80"), 0xC0},
-                                                   {Utf8("\xED\xA0\x80"), 0xED},
-                                                   {Utf8("\xF8\x88\x80\x80\x80"), 0xF8}};
+    const std::pair<String, std::int32_t> asc[] = {
+        {"", 0}, {"\xFF", 255}, {String("\xC3\xA9"), 0xC3}, {Utf8("\xC3\xA9x"), 0xE9}, {Utf8("\xF0\x9F\x98\x80"), 0x1F600},
+        {Utf8("\xC3"), 0xC3}, {Utf8("\xC0\x80"), 0xC0}, {Utf8("\xED\xA0\x80"), 0xED}, {Utf8("\xF8\x88\x80\x80\x80"), 0xF8}};
     for (const auto& [text, code] : asc) EXPECT_EQ(Asc(text), code) << text.Bytes();
     for (const std::int32_t code : {0, 127, 0x80, 0x7FF, 0x800, 0xFFFF, 0x10000, 0x10FFFF}) {
         EXPECT_EQ(Asc(Chr(code)), code);
@@ -157,21 +139,10 @@ TEST(TextTest, NumbersToTextAndBack) {
         {0, "0"}, {10, "A"}, {256, "100"}, {-1, "FFFFFFFFFFFFFFFF"}, {INT64_MIN, "8000000000000000"}};
     for (const auto& [value, text] : hex) EXPECT_EQ(Hex(value).Bytes(), text) << value;
 
-    const std::pair<std::string_view, double> val[] = {{"", 0},
-                                                       {"12x", 12},
-                                                       {"-3.5e2z", -350},
-                                                       {" \t42", 42},
-                                                       {"+7", 7},
-                                                       {".5", 0.5},
-                                                       {".", 0},
-                                                       {"1e+", 1},
-                                                       {"2E3", 2000},
-                                                       {"1,5", 1},
-                                                       {"\n5", 0},
-                                                       {"1e-999", 0},
-                                                       {"1e999", HUGE_VAL},
-                                                       {"-1e999", -HUGE_VAL},
-                                                       {"123456789012345678", 123456789012345678.0}};
+    const std::pair<std::string_view, double> val[] = {
+        {"", 0},       {"12x", 12},   {"-3.5e2z", -350}, {" \t42", 42},     {"+7", 7},        {".5", 0.5},
+        {".", 0},      {"1e+", 1},    {"2E3", 2000},     {"1,5", 1},        {"\n5", 0},       {"1e-999", 0},
+        {"1e999", HUGE_VAL}, {"-1e999", -HUGE_VAL}, {"123456789012345678", 123456789012345678.0}};
     for (const auto& [text, value] : val) EXPECT_EQ(Val(text), value) << text;
     // Beyond double's range the magnitude decides, however many digits it takes.
     EXPECT_EQ(Val(String("1" + std::string(400, '0'))), HUGE_VAL);
@@ -182,12 +153,8 @@ TEST(TextTest, NumbersToTextAndBack) {
         double value;
         std::int64_t to64;
         std::int32_t to32;
-    } cut[] = {{-1.9, -1, -1},
-               {NAN, 0, 0},
-               {HUGE_VAL, INT64_MAX, INT32_MAX},
-               {-HUGE_VAL, INT64_MIN, INT32_MIN},
-               {3e9, 3'000'000'000, INT32_MAX},
-               {-3e9, -3'000'000'000, INT32_MIN}};
+    } cut[] = {{-1.9, -1, -1}, {NAN, 0, 0}, {HUGE_VAL, INT64_MAX, INT32_MAX}, {-HUGE_VAL, INT64_MIN, INT32_MIN},
+               {3e9, 3'000'000'000, INT32_MAX}, {-3e9, -3'000'000'000, INT32_MIN}};
     for (const auto& c : cut) {
         EXPECT_EQ(CvtReal64ToSInt64(c.value), c.to64) << c.value;
         EXPECT_EQ(CvtReal64ToSInt32(c.value), c.to32) << c.value;
@@ -198,40 +165,21 @@ TEST(TextTest, FormatMasksRoundHalfAwayFromZeroOnTheExactValueAndIntegersExactly
     const struct {
         double value;
         std::string_view mask, expected;
-    } cases[] = {{503, "#", "503"},
-                 {7, "00", "07"},
-                 {123, "00", "123"},
-                 {-5, "0.0", "-5.0"},
-                 {0, "0", "0"},
-                 {0, "#", ""},
-                 {-0.4, "#", ""},
-                 {0.5, "#", "1"},
-                 {-0.5, "#", "-1"},
-                 {0.5, "#.0", ".5"},
-                 {1.25, "0.0", "1.3"},
-                 {-1.25, "0.0", "-1.3"},
-                 {1.45, "0.0", "1.4"},
-                 {0.35, "0.0", "0.3"},
-                 {0.96, "0.0", "1.0"},
-                 {99.9996, "0.000", "100.000"},
-                 {-0.04, "0.0", "0.0"},
-                 {HUGE_VAL, "0.0", "inf"},
-                 {-HUGE_VAL, "#", "-inf"},
-                 {NAN, "0.000", "nan"},
-                 {4503599627370495.5, "0", "4503599627370496"},
-                 {9223372036854775808.0, "0.0", "9223372036854775808.0"}};
-    for (const auto& c : cases)
-        EXPECT_EQ(Format(c.value, c.mask).Bytes(), c.expected) << c.value << " " << c.mask;
+    } cases[] = {
+        {503, "#", "503"},     {7, "00", "07"},       {123, "00", "123"},       {-5, "0.0", "-5.0"},
+        {0, "0", "0"},         {0, "#", ""},          {-0.4, "#", ""},          {0.5, "#", "1"},
+        {-0.5, "#", "-1"},     {0.5, "#.0", ".5"},    {1.25, "0.0", "1.3"},     {-1.25, "0.0", "-1.3"},
+        {1.45, "0.0", "1.4"},  {0.35, "0.0", "0.3"},  {0.96, "0.0", "1.0"},     {99.9996, "0.000", "100.000"},
+        {-0.04, "0.0", "0.0"}, {HUGE_VAL, "0.0", "inf"}, {-HUGE_VAL, "#", "-inf"}, {NAN, "0.000", "nan"},
+        {4503599627370495.5, "0", "4503599627370496"}, {9223372036854775808.0, "0.0", "9223372036854775808.0"}};
+    for (const auto& c : cases) EXPECT_EQ(Format(c.value, c.mask).Bytes(), c.expected) << c.value << " " << c.mask;
     EXPECT_EQ(Format(1.7976931348623157e308, "#").Size(), 309u);
 
     const struct {
         std::int64_t value;
         std::string_view mask, expected;
-    } integers[] = {{INT64_MAX, "#", "9223372036854775807"},
-                    {INT64_MIN, "0.0", "-9223372036854775808.0"},
-                    {0, "#", ""},
-                    {7, "00", "07"},
-                    {-503, "#", "-503"}};
+    } integers[] = {{INT64_MAX, "#", "9223372036854775807"}, {INT64_MIN, "0.0", "-9223372036854775808.0"},
+                    {0, "#", ""}, {7, "00", "07"}, {-503, "#", "-503"}};
     for (const auto& c : integers) EXPECT_EQ(Format(c.value, c.mask).Bytes(), c.expected) << c.value;
 }
 

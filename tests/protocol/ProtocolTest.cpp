@@ -66,8 +66,8 @@ TEST(FrameTest, FramesAreCutByTheLongStandingRuleWhereverTheStreamIsSplit) {
 
 TEST(FrameTest, PackedMessagesCarrySizeModulo2To24LowestByteFirstAndAnyBytes) {
     const std::pair<std::size_t, std::string> prefixes[] = {
-        {0, std::string("\x00\x00\x00", 3)},        {47, std::string("\x2F\x00\x00", 3)},
-        {65536, std::string("\x00\x00\x01", 3)},    {0xFF00FF, std::string("\xFF\x00\xFF", 3)},
+        {0, std::string("\x00\x00\x00", 3)},       {47, std::string("\x2F\x00\x00", 3)},
+        {65536, std::string("\x00\x00\x01", 3)},   {0xFF00FF, std::string("\xFF\x00\xFF", 3)},
         {16842753, std::string("\x01\x00\x01", 3)},
     };
     for (const auto& [size, prefix] : prefixes) {
@@ -96,11 +96,7 @@ TEST(FrameTest, WhatDoesNotDecompressToItsPrefixGivesTheEmptyText) {
     corrupt[5] = static_cast<char>(corrupt[5] ^ 0x55);
     std::string prefixTooSmall = packed;
     prefixTooSmall[0] = 3;  // the text has 15 bytes
-    const std::string cases[] = {"",
-                                 std::string("\x0F\x00", 2),
-                                 packed.substr(0, 3),
-                                 corrupt,
-                                 prefixTooSmall,
+    const std::string cases[] = {"", std::string("\x0F\x00", 2), packed.substr(0, 3), corrupt, prefixTooSmall,
                                  packed.substr(0, packed.size() - 2)};
     for (const std::string& data : cases) EXPECT_TRUE(zDecompress(String(data)).IsEmpty()) << data.size();
     EXPECT_TRUE(DecodePayload("not base64 at all!").IsEmpty());
@@ -118,12 +114,9 @@ TEST(CommandFieldsTest, AFieldIsReadByTheLongStandingRule) {
         {"any separator, any case of the name", "command", "COMMAND=Hide\r", "Hide", false},
         {"a blank behind the separator stays", "Command", "Command: Status\r", " Status", false},
         {"the first of two lines wins", "Command", "Command:Hide\rCommand:Show\r", "Hide", false},
-        {"CR LF: a later field is not found", "GetPageURL", "Command:GetPageURL\r\nGetPageURL:x\r\n", "",
-         true},
-        {"LF and colons are part of a value", "GetPageURL", "GetPageURL:http://a:8/\nb\r", "http://a:8/\nb",
-         false},
-        {"a longer name first is taken", "SrcFileInfo", "SrcFileInfoMD5:abc\rSrcFileInfo:eA==\r", "D5:abc",
-         false},
+        {"CR LF: a later field is not found", "GetPageURL", "Command:GetPageURL\r\nGetPageURL:x\r\n", "", true},
+        {"LF and colons are part of a value", "GetPageURL", "GetPageURL:http://a:8/\nb\r", "http://a:8/\nb", false},
+        {"a longer name first is taken", "SrcFileInfo", "SrcFileInfoMD5:abc\rSrcFileInfo:eA==\r", "D5:abc", false},
         {"missing", "DateStr", "Command:GetNews\r", "", true},
         {"name at the very end", "Command", "Command", "", true},
         {"name, separator and nothing", "Command", "Command:", "", false},

@@ -55,14 +55,11 @@ TEST_F(QtViewTest, TheWindowItsLogAndItsMenus) {
     for (QAction* menu : Main().menuBar()->actions()) {
         items.push_back(menu->text().toStdString());
         for (QAction* action : menu->menu()->actions()) {
-            items.push_back(action->isSeparator()
-                                ? "-"
-                                : (action->text() + " " + action->shortcut().toString()).toStdString());
+            items.push_back(action->isSeparator() ? "-" : (action->text() + " " + action->shortcut().toString()).toStdString());
         }
     }
-    EXPECT_EQ(items, (std::vector<std::string>{"&File", "&Quit Ctrl+Q", "&Edit", "&Undo Ctrl+Z", "-",
-                                               "Cu&t Ctrl+X", "&Copy Ctrl+C", "&Paste Ctrl+V", "&Delete ",
-                                               "-", "Select &All Ctrl+A"}));
+    EXPECT_EQ(items, (std::vector<std::string>{"&File", "&Quit Ctrl+Q", "&Edit", "&Undo Ctrl+Z", "-", "Cu&t Ctrl+X",
+                                               "&Copy Ctrl+C", "&Paste Ctrl+V", "&Delete ", "-", "Select &All Ctrl+A"}));
     Action("Select &All").trigger();
     Action("&Copy").trigger();
     EXPECT_EQ(QApplication::clipboard()->text(), "\nConnecting to Quorvane...");

@@ -29,8 +29,7 @@ TEST_F(WindowTest, OpensVisibleAndListeningWithItsControlsTimersAndMenuBar) {
     EXPECT_TRUE(std::filesystem::exists(channelPath)) << "listening from the start";
     EXPECT_EQ(window->ControlNamed<Window::RSSTCPSocket>("RSSTCPSocket").Port(), 0);
     const auto timer = [&](const char* name) {
-        return std::pair(window->ControlNamed<Timer>(name).Mode(),
-                         window->ControlNamed<Timer>(name).Period());
+        return std::pair(window->ControlNamed<Timer>(name).Mode(), window->ControlNamed<Timer>(name).Period());
     };
     EXPECT_EQ(timer("MinimizeTimer"), std::pair(1, 500));
     EXPECT_EQ(timer("SocketTimeoutTimer"), std::pair(0, 60000));
@@ -60,18 +59,17 @@ TEST_F(WindowTest, ThePeerIsLoggedAndItsDepartureEndsTheLoopEvenInsideANestedPol
     ASSERT_TRUE(test::RunUntil(loop, [&] { return clock.Advance(milliseconds(1)), loop.Stopping(); }));
     EXPECT_FALSE(wentOn) << "Quit never returns to its caller";
     EXPECT_EQ(loop.ExitStatus(), 0);
-    EXPECT_EQ(LogText(), "\rConnecting to Quorvane...\rConnected to Quorvane...")
-        << "nothing is logged at the end";
+    EXPECT_EQ(LogText(), "\rConnecting to Quorvane...\rConnected to Quorvane...") << "nothing is logged at the end";
     window.reset();
     EXPECT_FALSE(std::filesystem::exists(channelPath));
+
 }
 
 TEST_F(WindowTest, TheLogTrimsAboveThreeThousandCharactersOneCharacterPastALineBreak) {
     EXPECT_EQ(Log().ScrollPosition(), 0) << "a negative scroll position shows the top";
     EXPECT_EQ(Log().SelStart(), Len(Log().Text()));
     // "abcde" adds 6 characters with its separator: 2994 + 6 = 3000 stays, 3001 trims.
-    const std::pair<std::size_t, std::string> cases[] = {{2994, std::string(2994, 'x') + "\rabcde"},
-                                                         {2995, "bcde"}};
+    const std::pair<std::size_t, std::string> cases[] = {{2994, std::string(2994, 'x') + "\rabcde"}, {2995, "bcde"}};
     for (const auto& [before, expected] : cases) {
         Log().SetText(String(std::string(before, 'x')));
         window->writeInputField("abcde");
@@ -82,13 +80,11 @@ TEST_F(WindowTest, TheLogTrimsAboveThreeThousandCharactersOneCharacterPastALineB
     EXPECT_EQ(LogText(), std::string(1101, 'y')) << "no separator behind 2000: cut in the middle";
     Log().SetText("");
     char entry[16];
-    for (int i = 1; i <= 273; ++i)
-        window->writeInputField((std::snprintf(entry, sizeof entry, "entry %04d", i), entry));
+    for (int i = 1; i <= 273; ++i) window->writeInputField((std::snprintf(entry, sizeof entry, "entry %04d", i), entry));
     // The first separator at or behind position 2000 is entry 183's (at 2003);
     // the kept text starts one character later than that entry does.
     std::string expected = "ntry 0183";
-    for (int i = 184; i <= 273; ++i)
-        expected += (std::snprintf(entry, sizeof entry, "\rentry %04d", i), entry);
+    for (int i = 184; i <= 273; ++i) expected += (std::snprintf(entry, sizeof entry, "\rentry %04d", i), entry);
     EXPECT_EQ(LogText(), expected);
     EXPECT_EQ(Log().ScrollPosition(), 90 - 6);
 }
@@ -100,8 +96,7 @@ TEST(LogEchoTest, EntriesGoOutAsLinesAndAFullPipeDropsAndCountsWithoutBlocking) 
     const auto drain = [&] {
         std::string bytes;
         char buffer[65536];
-        for (ssize_t n; (n = read(fds[0], buffer, sizeof buffer)) > 0;)
-            bytes.append(buffer, static_cast<std::size_t>(n));
+        for (ssize_t n; (n = read(fds[0], buffer, sizeof buffer)) > 0;) bytes.append(buffer, static_cast<std::size_t>(n));
         return bytes;
     };
     {

@@ -15,8 +15,7 @@ namespace qv::test {
 
 void AdvanceTo(RunLoop& loop, ManualClock& clock, TimePoint until) {
     loop.RunOnce(Duration::zero());
-    for (auto due = loop.NextTimerDue(); !loop.Stopping() && due && *due <= until;
-         due = loop.NextTimerDue()) {
+    for (auto due = loop.NextTimerDue(); !loop.Stopping() && due && *due <= until; due = loop.NextTimerDue()) {
         if (*due > clock.Now()) clock.Set(*due);
         loop.RunOnce(Duration::zero());
     }

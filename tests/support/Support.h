@@ -20,8 +20,7 @@ namespace qv::test {
 // each reading: the world changing while the code under test goes on.
 class SteppingClock final : public Clock {
 public:
-    explicit SteppingClock(Duration step, TimePoint start = TimePoint(std::chrono::hours(1)))
-        : step_(step), now_(start) {}
+    explicit SteppingClock(Duration step, TimePoint start = TimePoint(std::chrono::hours(1))) : step_(step), now_(start) {}
     TimePoint Now() const override {
         if (onReading) onReading();
         return now_ += step_;
@@ -36,9 +35,7 @@ private:
 // Moves a manual clock to `until`, stopping at every timer due on the way, so
 // timers fire in order as they would in real time.
 void AdvanceTo(RunLoop& loop, ManualClock& clock, TimePoint until);
-inline void AdvanceBy(RunLoop& loop, ManualClock& clock, Duration by) {
-    AdvanceTo(loop, clock, clock.Now() + by);
-}
+inline void AdvanceBy(RunLoop& loop, ManualClock& clock, Duration by) { AdvanceTo(loop, clock, clock.Now() + by); }
 // Runs passes until `done` holds, waiting at most `limit` of real time.
 bool RunUntil(RunLoop& loop, const std::function<bool()>& done,
               std::chrono::milliseconds limit = std::chrono::milliseconds(3000));
@@ -94,9 +91,7 @@ public:
     ChannelPeer(const ChannelPeer&) = delete;
     ChannelPeer& operator=(const ChannelPeer&) = delete;
     // A command's message text, packed and framed.
-    void Send(const std::string& messageText) {
-        SendRaw(std::string(MakeFrame(String(messageText)).Bytes()));
-    }
+    void Send(const std::string& messageText) { SendRaw(std::string(MakeFrame(String(messageText)).Bytes())); }
     void SendRaw(const std::string& bytes) { WriteAll(fd_, bytes); }
     // The message texts of the replies that have arrived since the last call.
     std::vector<std::string> Replies();
