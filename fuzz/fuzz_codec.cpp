@@ -4,9 +4,12 @@
 // Input: the whole input is the message text, and also the arbitrary bytes
 // handed to the decoders; byte 0 doubles as the line width for EncodeBase64.
 
+#include <zlib.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "foundation/Base64.h"
@@ -49,6 +52,27 @@ void CheckDecodersOnArbitraryBytes(const qv::String& bytes) {
     Check(qv::zDecompress(bytes).Size() <= announced);
 }
 
+// zlib, the reference, reads every stream we write, and we read every stream
+// zlib writes, at the level the input's length picks.
+void CheckZlibInteroperates(const qv::String& text) {
+    if (text.Size() > kLargestWholeText) return;
+    const std::string packed(qv::zCompress(text).Bytes());
+    std::string out(text.Size() + 1, '\0');
+    uLongf length = out.size();
+    Check(uncompress(reinterpret_cast<Bytef*>(out.data()), &length,
+                     reinterpret_cast<const Bytef*>(packed.data() + 3),
+                     static_cast<uLong>(packed.size() - 3)) == Z_OK);
+    Check(std::string_view(out.data(), length) == text.Bytes());
+
+    uLongf size = compressBound(static_cast<uLong>(text.Size()));
+    std::string theirs = packed.substr(0, 3) + std::string(size, '\0');
+    Check(compress2(reinterpret_cast<Bytef*>(theirs.data() + 3), &size,
+                    reinterpret_cast<const Bytef*>(text.Bytes().data()), static_cast<uLong>(text.Size()),
+                    static_cast<int>(text.Size() % 10)) == Z_OK);
+    theirs.resize(3 + size);
+    Check(qv::zDecompress(qv::String(std::move(theirs))).Bytes() == text.Bytes());
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -57,5 +81,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CheckBase64RoundTrips(bytes, size > 0 ? static_cast<std::int8_t>(data[0]) : 0);
     Check(qv::zDecompress(qv::zCompress(bytes)).Bytes() == bytes.Bytes());
     CheckDecodersOnArbitraryBytes(bytes);
+    CheckZlibInteroperates(bytes);
     return 0;
 }

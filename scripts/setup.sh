@@ -6,7 +6,8 @@ set -euo pipefail
 packages=(
   cmake ninja-build g++ pkg-config   # the build
   libc-ares-dev                      # name lookup without blocking
-  zlib1g-dev                         # the payload's compressed stream
+  libdeflate-dev                     # the payload's compressed stream
+  zlib1g-dev                         # zlib: the reference for that stream in tests and benchmarks
   libgtest-dev                       # the tests
   libbenchmark-dev                   # the benchmarks
   clang libclang-rt-14-dev           # the fuzz targets (libFuzzer, sanitizers)

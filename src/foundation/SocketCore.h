@@ -84,6 +84,12 @@ protected:
     void CloseDescriptor();
     int Descriptor() const { return fd_; }
     void ScheduleDelivery();
+    // A body kept in the input buffer where it is read, and handed over whole
+    // (see ByteQueue::Keep); kept bytes no longer count as available.
+    void KeepInput(std::string storage, std::size_t expected) { input_.Keep(std::move(storage), expected); }
+    std::string_view ClaimInput() { return input_.Claim(); }
+    std::size_t KeptInputSize() const { return input_.KeptSize(); }
+    String TakeKeptInput() { return input_.TakeKept(); }
 
 private:
     void Service(short revents);

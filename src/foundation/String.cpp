@@ -16,11 +16,19 @@ String::String(const char* literal, Encoding encoding)
     : String(std::string_view(literal ? literal : ""), encoding) {}
 
 String::String(std::string_view bytes, Encoding encoding) : encoding_(encoding) {
-    if (!bytes.empty()) bytes_ = std::make_shared<const std::string>(bytes);
+    if (!bytes.empty()) bytes_ = std::make_shared<std::string>(bytes);
 }
 
 String::String(std::string&& bytes, Encoding encoding) : encoding_(encoding) {
-    if (!bytes.empty()) bytes_ = std::make_shared<const std::string>(std::move(bytes));
+    if (!bytes.empty()) bytes_ = std::make_shared<std::string>(std::move(bytes));
+}
+
+std::string String::ReleaseStorage() && {
+    std::string storage;
+    // Made as a mutable string in every constructor, so taking it back is sound.
+    if (bytes_ && bytes_.use_count() == 1) storage = std::move(const_cast<std::string&>(*bytes_));
+    bytes_.reset();
+    return storage;
 }
 
 String String::WithEncoding(Encoding encoding) const {

@@ -35,6 +35,10 @@ public:
 
     // The same bytes under another mark; shares the storage.
     String WithEncoding(Encoding encoding) const;
+    // Empties this string and gives back its storage, bytes and room, when no
+    // other string shares it; otherwise an empty string. Lets a large buffer
+    // serve again once its last reader is done.
+    std::string ReleaseStorage() &&;
 
 private:
     std::shared_ptr<const std::string> bytes_;

@@ -1,52 +1,97 @@
 #include "foundation/ZCompression.h"
 
-#include <zlib.h>
+#include <libdeflate.h>
 
 #include <algorithm>
+#include <memory>
 #include <string>
 
 namespace qv {
 
+namespace {
+
+// zlib's default level, so the stream is what a zlib sender would choose to make.
+constexpr int kLevel = 6;
+// Error values in zlib's terms, which callers and logs already know.
+constexpr std::int32_t kMemoryError = -4;
+constexpr std::int32_t kDataError = -3;
+constexpr std::int32_t kBufferError = -5;
+// The prefix that gives a message's size wraps here.
+constexpr std::size_t kSizeWrap = std::size_t{1} << 24;
+
+struct FreeCompressor {
+    void operator()(libdeflate_compressor* c) const { libdeflate_free_compressor(c); }
+};
+struct FreeDecompressor {
+    void operator()(libdeflate_decompressor* d) const { libdeflate_free_decompressor(d); }
+};
+
+// Made once per thread: a compressor's tables are large, and making them for
+// every reply would cost more than compressing a short one.
+libdeflate_compressor* Compressor() {
+    thread_local const std::unique_ptr<libdeflate_compressor, FreeCompressor> compressor(
+        libdeflate_alloc_compressor(kLevel));
+    return compressor.get();
+}
+
+libdeflate_decompressor* Decompressor() {
+    thread_local const std::unique_ptr<libdeflate_decompressor, FreeDecompressor> decompressor(
+        libdeflate_alloc_decompressor());
+    return decompressor.get();
+}
+
+}  // namespace
+
 String ZCompression::CompressBytes(const String& bytes) {
+    libdeflate_compressor* compressor = Compressor();
+    if (!compressor) {
+        errorValue_ = kMemoryError;
+        return String();
+    }
     const std::string_view in = bytes.Bytes();
-    uLongf size = compressBound(static_cast<uLong>(in.size()));
-    std::string out(size, '\0');
-    errorValue_ = compress(reinterpret_cast<Bytef*>(out.data()), &size, reinterpret_cast<const Bytef*>(in.data()),
-                           static_cast<uLong>(in.size()));
-    if (errorValue_ != Z_OK) return String();
+    std::string out(libdeflate_zlib_compress_bound(compressor, in.size()), '\0');
+    const std::size_t size =
+        libdeflate_zlib_compress(compressor, in.data(), in.size(), out.data(), out.size());
+    if (size == 0) {
+        errorValue_ = kBufferError;
+        return String();
+    }
     out.resize(size);
+    errorValue_ = 0;
     return String(std::move(out));
 }
 
 String ZCompression::DecompressBytes(const String& bytes, std::int32_t originalSize) {
+    libdeflate_decompressor* decompressor = Decompressor();
+    if (!decompressor) {
+        errorValue_ = kMemoryError;
+        return String();
+    }
     const std::string_view in = bytes.Bytes();
     // Deflate expands by 1032 to 1 at the most: a few bytes of garbage that
     // announce 16 MiB must not cost a 16 MiB buffer.
     const std::size_t mostPossible = in.size() * 1032 + 64;
-    std::string out(std::min<std::size_t>(static_cast<std::size_t>(std::max(originalSize, 1)), mostPossible), '\0');
-    z_stream stream{};
-    errorValue_ = inflateInit(&stream);
-    if (errorValue_ != Z_OK) return String();
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(in.data()));
-    stream.avail_in = static_cast<uInt>(in.size());
+    const std::size_t expected = static_cast<std::size_t>(std::max(originalSize, 1));
+    std::string out(std::min(expected, mostPossible), '\0');
     for (;;) {
-        stream.next_out = reinterpret_cast<Bytef*>(out.data() + stream.total_out);
-        stream.avail_out = static_cast<uInt>(out.size() - stream.total_out);
-        errorValue_ = inflate(&stream, Z_FINISH);
-        if (errorValue_ == Z_STREAM_END) break;
-        // Out of room with input left: a text longer than expected.
-        if (errorValue_ == Z_BUF_ERROR && stream.avail_out == 0 && out.size() < mostPossible) {
-            out.resize(std::min(out.size() * 2, mostPossible));
+        std::size_t written = 0;
+        const libdeflate_result result =
+            libdeflate_zlib_decompress(decompressor, in.data(), in.size(), out.data(), out.size(), &written);
+        if (result == LIBDEFLATE_SUCCESS) {
+            out.resize(written);
+            errorValue_ = 0;
+            return String(std::move(out));
+        }
+        // A text longer than expected: 16 MiB or more, its size having wrapped,
+        // tries the next wrap first, then room that doubles.
+        if (result == LIBDEFLATE_INSUFFICIENT_SPACE && out.size() < mostPossible) {
+            const std::size_t next = out.size() < kSizeWrap ? out.size() + kSizeWrap : out.size() * 2;
+            out.resize(std::min(next, mostPossible));
             continue;
         }
-        if (errorValue_ == Z_OK) errorValue_ = Z_BUF_ERROR;  // the stream ends early
-        inflateEnd(&stream);
+        errorValue_ = result == LIBDEFLATE_INSUFFICIENT_SPACE ? kBufferError : kDataError;
         return String();
     }
-    out.resize(stream.total_out);
-    inflateEnd(&stream);
-    errorValue_ = Z_OK;
-    return String(std::move(out));
 }
 
 }  // namespace qv

@@ -24,12 +24,12 @@ void HTTPSocket::RunBlocking(const String& url, const String& action, const std:
 
 String HTTPSocket::Get(const String& url, std::int32_t timeout) {
     RunBlocking(url, "GET", nullptr, timeout);
-    return _pageBuffer.Text();
+    return _pageText;
 }
 
 String HTTPSocket::Post(const String& url, std::int32_t timeout) {
     RunBlocking(url, "POST", nullptr, timeout);
-    return _pageBuffer.Text();
+    return _pageText;
 }
 
 bool HTTPSocket::Get(const String& url, const std::shared_ptr<FolderItem>& file, std::int32_t timeout) {
@@ -67,8 +67,8 @@ void HTTPSocket::WaitForPage() {
         if (_connectionValid != lastConnectionState) {
             lastConnectionState = _connectionValid;
             deadline = TicksAfter(Ticks(clock_), span);
-        } else if (_pageBuffer.Size() != lastPageLength) {
-            lastPageLength = _pageBuffer.Size();
+        } else if (PageSize() != lastPageLength) {
+            lastPageLength = PageSize();
             deadline = TicksAfter(Ticks(clock_), span);
         } else {
             moved = false;

@@ -66,6 +66,7 @@ void HTTPSocket::_DoConnect(const String& url, const String& action, const std::
     }
     _httpAction = action;
     Close();
+    _SettlePage();  // the page so far outlives the purge, until the next one starts
     Purge();
     Connect();
 }
@@ -131,7 +132,8 @@ void HTTPSocket::_SendRequest(const String& action) {
 }
 
 void HTTPSocket::_ResetVariables() {
-    _pageBuffer.Clear();
+    // The page's storage serves the next page, unless its reader still holds it.
+    _spareRoom = std::move(_pageText).ReleaseStorage();
     _pageHeaders = nullptr;
     _httpStatusCode = 0;
     _totalLength = 0;

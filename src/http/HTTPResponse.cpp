@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "foundation/TextFunctions.h"
 #include "http/HTTPSocket.h"
 
@@ -13,7 +15,9 @@ void HTTPSocket::Event_Connected() {
     _SendRequest(_httpAction);
 }
 
-void HTTPSocket::Event_DataAvailable() { _HandleNewData(); }
+void HTTPSocket::Event_DataAvailable() {
+    _HandleNewData();
+}
 
 // The server's close is the end of the page, whatever its code: a reset in
 // mid-body gives a short page, complete, with no error. Only a connection that
@@ -40,7 +44,7 @@ void HTTPSocket::_HandleNewData() {
     threadProtection = true;
 
     if (_pageHeaders) {
-        _ProcessData(ReadAll());
+        _ProcessData();
         threadProtection = false;
         return;
     }
@@ -66,7 +70,11 @@ void HTTPSocket::_HandleNewData() {
         }
         if (!synchronous && events.HeadersReceived) events.HeadersReceived(_pageHeaders, _httpStatusCode);
         Read(2 * Len(lineEnd));
-        _ProcessData(ReadAll());
+        if (!_downloadStream && !SameText(_httpAction, "HEAD")) {
+            // The page grows where the socket reads it, in the room of the page before.
+            KeepInput(std::move(_spareRoom), static_cast<std::size_t>(std::max(_totalLength, 0)));
+        }
+        _ProcessData();
     }
     threadProtection = false;
 }
@@ -82,31 +90,50 @@ void HTTPSocket::_ParseHeaders(const String& block) {
     }
 }
 
-void HTTPSocket::_ProcessData(const String& piece) {
-    if (SameText(_httpAction, "HEAD")) return;  // the bytes are gone, nothing counts
-    // Counted as the field's 32 bits wrap, not as undefined overflow.
-    _currentLength = static_cast<std::int32_t>(static_cast<std::uint32_t>(_currentLength) +
-                                               static_cast<std::uint32_t>(LenB(piece)));
+// The piece is everything unread: a download writes it out, a page keeps it
+// where it lies and copies it only for a ReceiveProgress handler.
+void HTTPSocket::_ProcessData() {
+    if (SameText(_httpAction, "HEAD")) {
+        ReadAll();  // the bytes are gone, nothing counts
+        return;
+    }
+    const bool progress = !synchronous && events.ReceiveProgress;
+    String piece;
+    std::size_t size = 0;
     if (_downloadStream) {
+        piece = ReadAll();
+        size = piece.Size();
         _downloadStream->Write(piece);
     } else {
-        _pageBuffer.Append(piece);
+        const std::string_view claimed = ClaimInput();
+        size = claimed.size();
+        if (progress) piece = String(claimed);
     }
-    if (!synchronous && events.ReceiveProgress) events.ReceiveProgress(_currentLength, _totalLength, piece);
+    // Counted as the field's 32 bits wrap, not as undefined overflow.
+    _currentLength = static_cast<std::int32_t>(static_cast<std::uint32_t>(_currentLength) +
+                                               static_cast<std::uint32_t>(size));
+    if (progress) events.ReceiveProgress(_currentLength, _totalLength, piece);
     if (_httpStatusCode == 401 && !IsConnected()) _ProcessPage();
+}
+
+void HTTPSocket::_SettlePage() {
+    String kept = TakeKeptInput();
+    if (!kept.IsEmpty()) _pageText = std::move(kept);
 }
 
 void HTTPSocket::_ProcessPage() {
     if (_pageComplete) return;  // a page is delivered once
     _pageComplete = true;
+    _SettlePage();
     const bool wasDownload = _downloadStream != nullptr;
     const std::shared_ptr<FolderItem> file = _downloadFile;
     _KillDownloadStream();
     if (SameText(_httpAction, "HEAD") || synchronous) return;
     if (wasDownload) {
-        if (events.DownloadComplete) events.DownloadComplete(_processingURL, _httpStatusCode, _pageHeaders, file);
+        if (events.DownloadComplete)
+            events.DownloadComplete(_processingURL, _httpStatusCode, _pageHeaders, file);
     } else if (events.PageReceived) {
-        events.PageReceived(_processingURL, _httpStatusCode, _pageHeaders, _pageBuffer.Text());
+        events.PageReceived(_processingURL, _httpStatusCode, _pageHeaders, _pageText);
     }
 }
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "foundation/Clock.h"
 #include "foundation/Dictionary.h"
@@ -11,7 +12,6 @@
 #include "foundation/String.h"
 #include "foundation/TCPSocket.h"
 #include "headers/InternetHeaders.h"
-#include "http/PageBuffer.h"
 
 namespace qv {
 
@@ -28,9 +28,11 @@ public:
     using Headers = std::shared_ptr<InternetHeaders>;
 
     struct Events {
-        std::function<void(const String& url, std::int32_t httpStatus, const Headers& headers, const String& content)>
+        std::function<void(const String& url, std::int32_t httpStatus, const Headers& headers,
+                           const String& content)>
             PageReceived;
-        std::function<void(std::int32_t bytesReceived, std::int32_t totalBytes, const String& newData)> ReceiveProgress;
+        std::function<void(std::int32_t bytesReceived, std::int32_t totalBytes, const String& newData)>
+            ReceiveProgress;
         std::function<void()> Connected;
         std::function<void(const String& url, std::int32_t httpStatus, const Headers& headers,
                            const std::shared_ptr<FolderItem>& file)>
@@ -98,14 +100,17 @@ private:
     // Responses.
     void _HandleNewData();
     void _ParseHeaders(const String& block);
-    void _ProcessData(const String& piece);
+    void _ProcessData();
     void _ProcessPage();
+    // Ends keeping the page in the input buffer: what was kept becomes the page text.
+    void _SettlePage();
     void SetError(std::int32_t code);
     // Forms and authentication.
     String _EncodeURLString(const String& text) const;
     bool _SetAuthentication();
     // Waiting and downloads.
     void WaitForPage();
+    std::size_t PageSize() const { return KeptInputSize() + _pageText.Size(); }
     bool _SetDownloadFile(const std::shared_ptr<FolderItem>& file);
     void _KillDownloadStream();
     // Sets `synchronous` and `timeoutSeconds`, starts the request and waits.
@@ -120,7 +125,10 @@ private:
     std::int32_t _totalLength = 0;
     std::shared_ptr<BinaryStream> _downloadStream;
     std::shared_ptr<FolderItem> _downloadFile;
-    PageBuffer _pageBuffer;
+    // The page once complete; while it arrives it is kept in the input buffer.
+    String _pageText;
+    // The storage of the page before, lent to the next one.
+    std::string _spareRoom;
     std::int32_t _currentLength = 0;
     bool _pageComplete = false;
     String _postContent;

@@ -101,23 +101,41 @@ TEST_F(HTTPResponseTest, ARefusedConnectionIsAnErrorButAfterALocalCloseTheOldPag
     EXPECT_EQ(events, (Events{"error 102"}));
 }
 
-TEST_F(HTTPResponseTest, ALargeBodyArrivesWhole) {
-    std::string body(6 * 1024 * 1024, '\0');
-    for (std::size_t i = 0; i < body.size(); ++i) body[i] = static_cast<char>(i % 253);
-    std::string content;
+TEST_F(HTTPResponseTest, LargeBodiesArriveWholeAndAPageStillHeldIsNeverReused) {
+    std::vector<String> pages;
     http.events.PageReceived = [&](const String&, std::int32_t, const HTTPSocket::Headers&, const String& page) {
-        content = std::string(page.Bytes());
+        pages.push_back(page);
     };
     http.events.ReceiveProgress = nullptr;
-    http.Get(String(Url()));
-    const int fd = Serve();
-    std::thread sender([&] {
-        test::WriteAll(fd, "HTTP/1.0 200 OK\r\n\r\n" + body);
-        close(fd);
-    });
-    EXPECT_TRUE(test::RunUntil(loop, [&] { return !content.empty(); }, std::chrono::milliseconds(10000)));
-    sender.join();
-    EXPECT_TRUE(content == body);
+    const auto fetch = [&](const std::string& body) {
+        http.Get(String(Url()));
+        const int fd = Serve();
+        std::thread sender([&] {
+            test::WriteAll(fd, "HTTP/1.0 200 OK\r\n\r\n" + body);
+            close(fd);
+        });
+        const std::size_t before = pages.size();
+        EXPECT_TRUE(test::RunUntil(loop, [&] { return pages.size() > before; }, std::chrono::milliseconds(10000)));
+        sender.join();
+    };
+    const auto bytes = [](std::size_t size, int step) {
+        std::string body(size, '\0');
+        for (std::size_t i = 0; i < size; ++i) body[i] = static_cast<char>(i * step % 253);
+        return body;
+    };
+    fetch(bytes(6 << 20, 1));
+    fetch(bytes(1000, 2));
+    ASSERT_EQ(pages.size(), 2u);
+    EXPECT_TRUE(pages[0].Bytes() == bytes(6 << 20, 1)) << "a page its reader holds is not written over";
+    EXPECT_TRUE(pages[1].Bytes() == bytes(1000, 2));
+    pages.clear();  // released: the next pages grow in their room
+    fetch(bytes(3 << 20, 3));
+    ASSERT_EQ(pages.size(), 1u);
+    EXPECT_TRUE(pages[0].Bytes() == bytes(3 << 20, 3));
+    pages.clear();
+    fetch(bytes(10, 4));
+    ASSERT_EQ(pages.size(), 1u);
+    EXPECT_EQ(pages[0].Bytes(), bytes(10, 4));
 }
 
 }  // namespace
