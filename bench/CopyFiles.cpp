@@ -1,5 +1,7 @@
 #include "CopyFiles.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <fstream>
 #include <stdexcept>
@@ -45,6 +47,13 @@ bool SameBytes(const std::string& first, const std::string& second) {
         }
     }
     return a.eof() && b.eof();
+}
+
+bool DropPageCache() {
+    sync();
+    std::ofstream control("/proc/sys/vm/drop_caches");
+    control << "3\n";
+    return static_cast<bool>(control.flush());
 }
 
 }  // namespace qv::bench
