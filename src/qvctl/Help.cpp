@@ -75,14 +75,14 @@ Exit status:
 // Where the help of an option starts; a longer option stands on a line of its own.
 constexpr std::size_t kHelpColumn = 22;
 
-void AddOption(std::string& text, const OptionSpec& spec) {
+void AddOption(std::string& text, const OptionSpec& option) {
     std::string label = "  ";
-    if (!spec.alias.empty()) label += std::string(spec.alias) + ", ";
-    label += spec.name;
-    if (!spec.valueName.empty()) label += " " + std::string(spec.valueName);
+    if (!option.alias.empty()) label += std::string(option.alias) + ", ";
+    label += option.name;
+    if (!option.valueName.empty()) label += " " + std::string(option.valueName);
     text += label;
     std::size_t column = label.size();
-    std::string_view help = spec.help;
+    std::string_view help = option.help;
     while (!help.empty()) {
         const std::size_t end = help.find('\n');
         const std::string_view line = help.substr(0, end);
@@ -103,7 +103,7 @@ void AddOption(std::string& text, const OptionSpec& spec) {
 std::string HelpText() {
     std::string text(kCommands);
     text += "Options:\n";
-    for (const OptionSpec& spec : OptionTable()) AddOption(text, spec);
+    for (const OptionSpec& option : OptionTable()) AddOption(text, option);
     text += '\n';
     text += kDetails;
     return text;

@@ -151,8 +151,8 @@ constexpr OptionSpec kOptions[] = {
 };
 
 const OptionSpec* FindOption(std::string_view name) {
-    for (const OptionSpec& spec : kOptions) {
-        if (spec.name == name || (!spec.alias.empty() && spec.alias == name)) return &spec;
+    for (const OptionSpec& option : kOptions) {
+        if (option.name == name || (!option.alias.empty() && option.alias == name)) return &option;
     }
     return nullptr;
 }
@@ -234,20 +234,20 @@ std::variant<Options, UsageError> ParseOptions(std::span<const std::string_view>
             continue;
         }
         const auto equals = arg.find('=');
-        const OptionSpec* spec = FindOption(arg.substr(0, equals));
-        if (!spec) return UsageError{"unknown option " + Quoted(arg)};
+        const OptionSpec* option = FindOption(arg.substr(0, equals));
+        if (!option) return UsageError{"unknown option " + Quoted(arg)};
         std::string_view value;
-        if (spec->valueName.empty()) {
+        if (option->valueName.empty()) {
             if (equals != std::string_view::npos)
-                return UsageError{std::string(spec->name) + " takes no value"};
+                return UsageError{std::string(option->name) + " takes no value"};
         } else if (equals != std::string_view::npos) {
             value = arg.substr(equals + 1);
         } else if (i + 1 < args.size()) {
             value = args[++i];
         } else {
-            return UsageError{std::string(spec->name) + " needs a value"};
+            return UsageError{std::string(option->name) + " needs a value"};
         }
-        if (auto error = spec->apply(reading, value)) return *error;
+        if (auto error = option->apply(reading, value)) return *error;
     }
     Options& options = reading.options;
     if (options.help) return options;

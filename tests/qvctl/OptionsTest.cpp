@@ -95,9 +95,9 @@ TEST(QvctlOptionsTest, BadArgumentsAreUsageErrors) {
 
 TEST(QvctlOptionsTest, TheHelpShowsEveryOptionOfTheTableWithItsValue) {
     const std::string help = HelpText();
-    for (const OptionSpec& spec : OptionTable()) {
-        std::string label = std::string(spec.name);
-        if (!spec.valueName.empty()) label += " " + std::string(spec.valueName);
+    for (const OptionSpec& option : OptionTable()) {
+        std::string label = std::string(option.name);
+        if (!option.valueName.empty()) label += " " + std::string(option.valueName);
         EXPECT_NE(help.find(" " + label + "  "), std::string::npos) << label;
     }
 }
