@@ -11,7 +11,10 @@ if [ -z "${QV_PRIVATE_TMP:-}" ]; then
   private=(unshare --mount) who=root
   [ "$(id -u)" -eq 0 ] || private=(unshare --user --map-root-user --mount) who=user
   "${private[@]}" true 2>/dev/null || { echo "no private /tmp can be made: skipped"; exit 77; }
-  exec env QV_PRIVATE_TMP=$who "${private[@]}" bash -c 'mount -t tmpfs tmpfs /tmp && exec bash "$0" "$@"' "$0" "$@"
+  # A checkout under /tmp stays reachable through a descriptor of the old /tmp.
+  beside_tmp() { case $1 in /tmp/*) echo "/proc/self/fd/9/${1#/tmp/}" ;; *) echo "$1" ;; esac; }
+  exec env QV_PRIVATE_TMP=$who "${private[@]}" bash -c 'exec 9</tmp && mount -t tmpfs tmpfs /tmp && exec bash "$0" "$@"' \
+    "$(beside_tmp "$0")" "$(beside_tmp "$1")" "$(beside_tmp "$2")"
 fi
 channel=/tmp/qvipc
 work=$(mktemp -d /tmp/qvtest.XXXXXX)
