@@ -13,7 +13,7 @@ if [ -z "${QV_PRIVATE_TMP:-}" ]; then
   "${private[@]}" true 2>/dev/null || { echo "no private /tmp can be made: skipped"; exit 77; }
   # A checkout under /tmp stays reachable through a descriptor of the old /tmp.
   beside_tmp() { case $1 in /tmp/*) echo "/proc/self/fd/9/${1#/tmp/}" ;; *) echo "$1" ;; esac; }
-  exec env QV_PRIVATE_TMP=$who "${private[@]}" bash -c 'exec 9</tmp && mount -t tmpfs tmpfs /tmp && exec bash "$0" "$@"' \
+  exec env QV_PRIVATE_TMP=$who "${private[@]}" bash -c 'exec 9</tmp && mount -t tmpfs tmpfs /tmp && cd /tmp && exec bash "$0" "$@"' \
     "$(beside_tmp "$0")" "$(beside_tmp "$1")" "$(beside_tmp "$2")"
 fi
 channel=/tmp/qvipc
