@@ -200,7 +200,7 @@ CopyFigures CompareWithCp(Assistant& assistant, const std::string& folder, const
         std::fprintf(stderr, "%s %d: cp %.3f s, assistant %.3f s with %zu progress reports\n",
                      round < 0 ? "warm-up" : "round", round < 0 ? round + kWarmUpRounds + 1 : round + 1,
                      figures.cpSeconds.back(), figures.assistantSeconds.back(), figures.reports.back());
-        if (round < 0) figures = CopyFigures{.cacheDropped = figures.cacheDropped};
+        if (round < 0) figures = CopyFigures{{}, {}, {}, figures.cacheDropped};
     }
     return figures;
 }

@@ -4,8 +4,6 @@
 
 #include <csignal>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -18,20 +16,8 @@ namespace qv {
 namespace {
 
 using Replies = std::vector<std::string>;
+using test::Pattern, test::ReadFile, test::WriteFile;
 namespace fs = std::filesystem;
-
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
-void WriteFile(const std::string& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
-
-std::string Bytes(std::size_t size) {
-    std::string bytes(size, '\0');
-    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>((i * 31 + i / 977) % 256);
-    return bytes;
-}
 
 std::string End(const std::string& status, const std::string& tag = "tag-1") {
     return "Response: CopyFile\r\nSrcFileInfoMD5: " + tag + "\r\nStatus: " + status + "\r\nHTTPError: \r\n";
@@ -99,7 +85,7 @@ TEST_F(CopyScenarioTest, ChunksOfTwoMebibytesTheFirstAlwaysReportedAndTheExactRe
         {1000, 0, {Progress("9223372036854775807", "1000.0 bytes of 0.0 bytes, 00:00 elapsed"), End("Complete")}},
     };
     for (const auto& c : cases) {
-        const std::string bytes = Bytes(c.size);
+        const std::string bytes = Pattern(c.size);
         WriteFile(source + "/f", bytes);
         EXPECT_EQ(Run(CopyCommand(source + "/f", "f", c.total)), c.replies) << c.size;
         EXPECT_TRUE(ReadFile(target + "/f") == bytes) << c.size;
@@ -107,7 +93,7 @@ TEST_F(CopyScenarioTest, ChunksOfTwoMebibytesTheFirstAlwaysReportedAndTheExactRe
         EXPECT_FALSE(window.isCommandInProgress || window.isFileCopyInProgress);
     }
     // The running total carries across commands until one resets it.
-    WriteFile(source + "/b", Bytes(50));
+    WriteFile(source + "/b", Pattern(50));
     const Replies second = Run(CopyCommand(source + "/b", "b", 1100, "no"));
     EXPECT_NE(second.at(0).find("MsgStr: 1.0 KB of 1.1 KB"), std::string::npos) << second[0];
     EXPECT_EQ(window.AmountTransferred, 1050);
@@ -116,7 +102,7 @@ TEST_F(CopyScenarioTest, ChunksOfTwoMebibytesTheFirstAlwaysReportedAndTheExactRe
 }
 
 TEST_F(CopyScenarioTest, AnAbortDuringThePauseDeletesTheDestinationButOneQueuedBehindComesAfter) {
-    WriteFile(source + "/big", Bytes(3 * 2097152));
+    WriteFile(source + "/big", Pattern(3 * 2097152));
     const Replies replies = Run(CopyCommand(source + "/big", "big", 3 * 2097152),
                                 test::Command({{"Command", "CopyFileAbort"}}));
     ASSERT_EQ(replies.size(), 2u);
@@ -126,7 +112,7 @@ TEST_F(CopyScenarioTest, AnAbortDuringThePauseDeletesTheDestinationButOneQueuedB
     EXPECT_TRUE(window.CommandQueueItemArray.empty()) << "the abort never enters the queue";
     EXPECT_EQ(fs::file_size(source + "/big"), 3u * 2097152);
 
-    WriteFile(source + "/f", Bytes(10));
+    WriteFile(source + "/f", Pattern(10));
     peer.Send(CopyCommand(source + "/f", "f", 10, "true", "done-tag"));
     EXPECT_EQ(Run(test::Command({{"Command", "CopyFileAbort"}})).back(), End("Complete", "done-tag"));
     EXPECT_TRUE(fs::exists(target + "/f"));
@@ -177,7 +163,7 @@ TEST_F(CopyScenarioTest, ImpossibleCopiesEndSilentlyAndNeverTouchTheSource) {
 
 TEST_F(CopyScenarioTest, ADiskThatFillsEndsTheCopyWithAnExactPrefixThoughItFreesAgain) {
     constexpr std::size_t kFull = 3 * 1048576;
-    const std::string bytes = Bytes(3 * 2097152);
+    const std::string bytes = Pattern(3 * 2097152);
     WriteFile(source + "/big", bytes);
     // The destination fills at 3 MiB, in the middle of the second chunk, and
     // has room again as soon as it has been found full.
@@ -210,7 +196,7 @@ protected:
 };
 
 TEST_F(CopyAcrossTheTickWrapTest, ReportsComeOnceASecondAcrossTheWrapAndAfterIt) {
-    WriteFile(source + "/big", Bytes(12 * 2097152));
+    WriteFile(source + "/big", Pattern(12 * 2097152));
     const Replies across = Run(CopyCommand(source + "/big", "big", 12 * 2097152));
     ASSERT_GE(across.size(), 4u);
     // Each report a second or more after the one before: the elapsed seconds rise.

@@ -22,8 +22,7 @@ TEST(FolderItemTest, PathsStreamsAndKindsOfFiles) {
     EXPECT_FALSE(GetFolderItem("/x")->Child("")) << "an empty name must not give the folder back";
     EXPECT_FALSE(GetFolderItem("/x")->Child("a/b"));
 
-    std::string bytes(2 * 1024 * 1024 + 1, '1');
-    for (std::size_t i = 1; i < bytes.size(); ++i) bytes[i] = static_cast<char>(i * 7 + i / 251);
+    const std::string bytes = "1" + test::Pattern(2 * 1024 * 1024, 7);
     const auto out = item("big")->CreateBinaryFile("unknown");
     out->Write("1");
     EXPECT_EQ(out->Position(), 1u);

@@ -18,7 +18,7 @@ protected:
     // connection (by a reset if `reset`); the events that came of it.
     Events Exchange(const std::vector<std::string>& pieces, bool reset = false) {
         events.clear();
-        http.Get(String(Url("/p")));
+        http.Get(String(server.Url("/p")));
         const int fd = Serve();
         for (const std::string& piece : pieces) {
             test::WriteAll(fd, piece);
@@ -28,7 +28,7 @@ protected:
         Settle();
         return events;
     }
-    std::string Page(const std::string& rest) const { return "page " + Url("/p") + " " + rest; }
+    std::string Page(const std::string& rest) const { return "page " + server.Url("/p") + " " + rest; }
 };
 
 TEST_F(HTTPResponseTest, TheServersCloseEndsThePageWhereverItsBlockEnded) {
@@ -70,7 +70,7 @@ TEST_F(HTTPResponseTest, TheServersCloseEndsThePageWhereverItsBlockEnded) {
 }
 
 TEST_F(HTTPResponseTest, HeadEndsWithItsHeadersAndRaisesNoPage) {
-    http.GetHeaders(String(Url()));
+    http.GetHeaders(String(server.Url()));
     const int fd = Serve();
     test::WriteAll(fd, "HTTP/1.0 200 OK\r\nServer: test\r\n\r\nignored body");
     close(fd);
@@ -81,22 +81,22 @@ TEST_F(HTTPResponseTest, HeadEndsWithItsHeadersAndRaisesNoPage) {
 }
 
 TEST_F(HTTPResponseTest, ARefusedConnectionIsAnErrorButAfterALocalCloseTheOldPageComes) {
-    http.Get(String(Url("/p")));
+    http.Get(String(server.Url("/p")));
     const int fd = Serve();
     test::WriteAll(fd, "HTTP/1.0 200 OK\r\nA: 1\r\n\r\nold bytes");
     ASSERT_TRUE(WaitFor("progress"));
     http.Close();  // local: no event, and the connection counts as valid still
     close(fd);
     server.StopListening();
-    http.Get(String(Url("/new")));
+    http.Get(String(server.Url("/new")));
     ASSERT_TRUE(WaitFor("page"));
-    EXPECT_EQ(events.back(), "page " + Url("/new") + " 200 [old bytes]");
+    EXPECT_EQ(events.back(), "page " + server.Url("/new") + " 200 [old bytes]");
     EXPECT_EQ(Count("error"), 0u);
 
     HTTPSocket fresh(loop, clock);
     Record(fresh);
     events.clear();
-    fresh.Get(String(Url()));
+    fresh.Get(String(server.Url()));
     ASSERT_TRUE(WaitFor("error"));
     EXPECT_EQ(events, (Events{"error 102"}));
 }
@@ -108,7 +108,7 @@ TEST_F(HTTPResponseTest, LargeBodiesArriveWholeAndAPageStillHeldIsNeverReused) {
     };
     http.events.ReceiveProgress = nullptr;
     const auto fetch = [&](const std::string& body) {
-        http.Get(String(Url()));
+        http.Get(String(server.Url()));
         const int fd = Serve();
         std::thread sender([&] {
             test::WriteAll(fd, "HTTP/1.0 200 OK\r\n\r\n" + body);
@@ -118,24 +118,15 @@ TEST_F(HTTPResponseTest, LargeBodiesArriveWholeAndAPageStillHeldIsNeverReused) {
         EXPECT_TRUE(test::RunUntil(loop, [&] { return pages.size() > before; }, std::chrono::milliseconds(10000)));
         sender.join();
     };
-    const auto bytes = [](std::size_t size, int step) {
-        std::string body(size, '\0');
-        for (std::size_t i = 0; i < size; ++i) body[i] = static_cast<char>(i * step % 253);
-        return body;
-    };
-    fetch(bytes(6 << 20, 1));
-    fetch(bytes(1000, 2));
+    fetch(test::Pattern(6 << 20, 1));
+    fetch(test::Pattern(1000, 2));
     ASSERT_EQ(pages.size(), 2u);
-    EXPECT_TRUE(pages[0].Bytes() == bytes(6 << 20, 1)) << "a page its reader holds is not written over";
-    EXPECT_TRUE(pages[1].Bytes() == bytes(1000, 2));
+    EXPECT_TRUE(pages[0].Bytes() == test::Pattern(6 << 20, 1)) << "a page its reader holds is not written over";
+    EXPECT_TRUE(pages[1].Bytes() == test::Pattern(1000, 2));
     pages.clear();  // released: the next pages grow in their room
-    fetch(bytes(3 << 20, 3));
+    fetch(test::Pattern(3 << 20, 3));
     ASSERT_EQ(pages.size(), 1u);
-    EXPECT_TRUE(pages[0].Bytes() == bytes(3 << 20, 3));
-    pages.clear();
-    fetch(bytes(10, 4));
-    ASSERT_EQ(pages.size(), 1u);
-    EXPECT_EQ(pages[0].Bytes(), bytes(10, 4));
+    EXPECT_TRUE(pages[0].Bytes() == test::Pattern(3 << 20, 3));
 }
 
 }  // namespace

@@ -34,9 +34,6 @@ protected:
         };
         e.Error = [this](std::int32_t code) { events.push_back("error " + std::to_string(code)); };
     }
-    std::string Url(const std::string& path = "/") const {
-        return "http://127.0.0.1:" + std::to_string(server.Port()) + path;
-    }
     // Takes the connection once the socket has connected (and so written its
     // request) and reads the request.
     int Serve(std::string* request = nullptr) {

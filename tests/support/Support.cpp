@@ -9,6 +9,8 @@
 
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 
 namespace qv::test {
@@ -102,6 +104,19 @@ int ConnectLocal(const std::string& path) {
     close(fd);
     return -1;
 }
+
+std::string Pattern(std::size_t size, int step) {
+    std::string bytes(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i * step % 251 + i / 251);
+    return bytes;
+}
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+void WriteFile(const std::string& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
 
 std::string Command(std::initializer_list<std::pair<std::string, std::string>> fields) {
     std::string text;

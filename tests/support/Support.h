@@ -62,6 +62,7 @@ public:
     TcpListener(const TcpListener&) = delete;
     TcpListener& operator=(const TcpListener&) = delete;
     std::int32_t Port() const { return port_; }
+    std::string Url(const std::string& path = "/") const { return "http://127.0.0.1:" + std::to_string(port_) + path; }
     // The next connection within `waitMs`; -1 if none came.
     int Accept(int waitMs = 3000);
     void StopListening();
@@ -78,6 +79,12 @@ std::string ReadAvailable(int fd, int quietMs = 100);
 void ResetConnection(int fd);
 // A plain local stream socket connected to `path`; -1 on failure.
 int ConnectLocal(const std::string& path);
+
+// `size` bytes that seldom repeat, so that a lost, doubled or misplaced piece
+// of a large transfer shows.
+std::string Pattern(std::size_t size, int step = 1);
+std::string ReadFile(const std::string& path);
+void WriteFile(const std::string& path, const std::string& bytes);
 
 // A command's text as Quorvane writes it: "name:value" lines ended by CR.
 std::string Command(std::initializer_list<std::pair<std::string, std::string>> fields);
