@@ -54,13 +54,8 @@ TEST(FolderItemTest, PathsStreamsAndKindsOfFiles) {
 
     // A FIFO with no writer would hold an ordinary open for ever.
     ASSERT_EQ(::mkfifo(dir.File("fifo").c_str(), 0600), 0);
-    item("folder")->CreateAsFolder();
-    EXPECT_TRUE(item("fifo")->IsSpecialFile() && !item("folder")->IsSpecialFile() && !item("big")->IsSpecialFile());
-    for (const char* name : {"folder", "fifo", "big/", "missing"}) {
-        EXPECT_FALSE(item(name)->OpenAsBinaryFile(false)) << name;
-        EXPECT_TRUE(std::string(name) == "missing" || !item(name)->CreateBinaryFile("unknown")) << name;
-    }
-    EXPECT_TRUE(item("folder/")->Directory() && !item("big/")->Exists());
+    EXPECT_TRUE(item("fifo")->IsSpecialFile() && !item("big")->IsSpecialFile());
+    EXPECT_FALSE(item("fifo")->OpenAsBinaryFile(false) || item("fifo")->CreateBinaryFile("unknown"));
 }
 
 }  // namespace

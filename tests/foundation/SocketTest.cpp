@@ -101,20 +101,15 @@ TEST_F(SocketTest, ALocalCloseOrDestructionRaisesNothingAndFailuresToConnectCome
         loop, [] { return false; }, milliseconds(50));
     EXPECT_EQ(doomedEvents, 2);
 
-    Recording<TCPSocket> open(loop), connecting(loop);
+    Recording<TCPSocket> open(loop);
     const int peer = Connect(open);
     open.socket.Close();
+    open.socket.Write("nobody listens");
+    EXPECT_EQ(open.socket.BytesLeftToSend(), 0);
     test::WriteAll(peer, "late");
     close(peer);
-    connecting.socket.SetAddress("127.0.0.1");
-    connecting.socket.SetPort(server.Port());
-    connecting.socket.Connect();
-    connecting.socket.Close();
-    connecting.socket.Write("nobody listens");
-    EXPECT_EQ(connecting.socket.BytesLeftToSend(), 0);
     test::RunUntil(loop, [] { return false; }, milliseconds(200));
     EXPECT_EQ(open.events, Events{"connected"});
-    EXPECT_TRUE(connecting.events.empty());
 
     const std::int32_t closedPort = server.Port();
     server.StopListening();

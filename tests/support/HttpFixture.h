@@ -15,10 +15,8 @@ namespace qv::test {
 // scripts byte by byte, and the owner's events written down as text.
 class HttpFixture : public ::testing::Test {
 protected:
-    HttpFixture() { Record(http); }
-
-    void Record(HTTPSocket& socket) {
-        auto& e = socket.events;
+    HttpFixture() {
+        auto& e = http.events;
         e.Connected = [this] { events.push_back("connected"); };
         e.HeadersReceived = [this](const HTTPSocket::Headers& headers, std::int32_t status) {
             events.push_back("headers " + std::to_string(status) + (headers ? "" : " nil"));
