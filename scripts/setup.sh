@@ -16,6 +16,8 @@ packages=(
   qt6-base-dev libxcb1-dev            # the window (without it the build is headless)
   xvfb                               # the window's process test on a virtual screen
   python3                            # the window test's peer, the bench reports
+  libedit-dev                        # qvctl's line editing in its session mode
+  dpkg-dev                           # dpkg-shlibdeps: the .deb's dependencies (cpack -G DEB)
 )
 
 missing=()

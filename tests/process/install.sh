@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# What `cmake --install` puts in place, installed into a private /tmp (see
+# common.sh): the files, each program's --version, and the installed qvctl's
+# status report from the installed assistant. Exits 77 where no namespace can
+# be made.
+set -euo pipefail
+source "$(dirname "$0")/common.sh"
+private_tmp "$@"
+cmake=$1 build=$2 version=$3
+# The install scripts name the build and source folders by their real paths;
+# where those are in the old /tmp, they are bound back into this one.
+for dir in "$build" "$0"; do
+  case $dir in /proc/self/fd/9/*)
+    top=${dir#/proc/self/fd/9/} && top=${top%%/*}
+    [ -d "/tmp/$top" ] || { mkdir "/tmp/$top" && mount --no-canonicalize --rbind "/proc/self/fd/9/$top" "/tmp/$top"; } ;;
+  esac
+done
+prefix=$(mktemp -d /tmp/qvinstall.XXXXXX)
+"$cmake" --install "$build" --prefix "$prefix" >/dev/null
+for file in bin/qvassistant bin/qvctl share/man/man1/qvassistant.1 share/man/man1/qvctl.1; do
+  [ -f "$prefix/$file" ] || fail "not installed: $file"
+done
+# The completion offers the commands, each command's own options, and files where a path goes.
+source "$prefix/share/bash-completion/completions/qvctl"
+complete_words() { COMP_WORDS=(qvctl "$@"); COMP_CWORD=$#; _qvctl; echo "${COMPREPLY[*]}"; }
+[ "$(complete_words s)" = "status show send session" ] && [ "$(complete_words --j)" = "--json" ] || fail "commands or options"
+[ "$(complete_words --wait 3 copy --t)" = "--total" ] || fail "copy's options: $(complete_words --wait 3 copy --t)"
+[ "$(complete_words help co)" = "copy" ] && [ -z "$(complete_words status --t)" ] || fail "help's or status's words"
+[ "$(complete_words copy "$prefix/b")" = "$prefix/bin" ] || fail "files: $(complete_words copy "$prefix/b")"
+[ "$(timeout 10 "$prefix/bin/qvassistant" --version)" = "qvassistant $version" ] || fail "qvassistant --version"
+[ ! -e /tmp/qvipc ] || fail "--version started the assistant"
+
+# Headless; any arguments but a lone --version are ignored, so it starts.
+DISPLAY= "$prefix/bin/qvassistant" --version --from-quorvane & pid=$!
+trap 'kill -9 $pid 2>/dev/null || true' EXIT
+wait_for '[ -S /tmp/qvipc ]' "no socket at /tmp/qvipc"
+"$prefix/bin/qvctl" status >/dev/null || fail "qvctl status: $?"
+status=0
+wait $pid || status=$?
+[ "$status" = 0 ] && [ ! -e /tmp/qvipc ] || fail "the assistant's end: status $status"
+[ "$("$prefix/bin/qvctl" --version)" = "qvctl $version" ] || fail "qvctl --version"
+echo "install tests passed"
