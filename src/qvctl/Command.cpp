@@ -21,6 +21,10 @@ Command Word(const char* word, WaitFor waitFor, Duration wait) {
 
 }  // namespace
 
+Command AbortCommand() {
+    return Word("CopyFileAbort", WaitFor::FirstReply, kReplyWait);
+}
+
 Command CommandFor(const Options& options) {
     switch (options.action) {
         case Action::Status:
@@ -30,7 +34,7 @@ Command CommandFor(const Options& options) {
         case Action::Hide:
             return Word("Hide", WaitFor::NoReply, kLinger);
         case Action::Abort:
-            return Word("CopyFileAbort", WaitFor::FirstReply, kReplyWait);
+            return AbortCommand();
         case Action::Get:
             return {
                 {{"Command", "GetPageURL"}, {"GetPageURL", options.url}}, WaitFor::FirstReply, kFetchWait};
@@ -46,7 +50,8 @@ Command CommandFor(const Options& options) {
                     WaitFor::FirstReply,
                     kFetchWait};
         case Action::Send:
-        case Action::Copy:  // RunCopy builds its command once it has looked at the files
+        case Action::Copy:     // built once qvctl has looked at the files
+        case Action::Session:  // a command of its own on each line
             break;
     }
     return {options.fields, WaitFor::EveryReply, kReplyWait};

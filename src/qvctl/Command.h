@@ -31,5 +31,7 @@ struct Command {
 
 // The command that the parsed options ask for.
 Command CommandFor(const Options& options);
+// CopyFileAbort, alone or during a copy.
+Command AbortCommand();
 
 }  // namespace qv::ctl

@@ -1,5 +1,7 @@
 #include "qvctl/CopyCommand.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
@@ -11,6 +13,42 @@ namespace qv::ctl {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+std::string Quoted(const fs::path& path) {
+    return "'" + path.string() + "'";
+}
+
+// What the assistant would meet on its way to the destination and drop the
+// copy for without a word; nothing when the way is clear.
+std::optional<std::string> CheckDestination(const fs::path& source, const fs::path& folder,
+                                            const std::string& destinationPath) {
+    if (destinationPath.front() == '/' || destinationPath.back() == '/' ||
+        destinationPath.find("//") != std::string::npos) {
+        return "DEST_PATH " + Quoted(destinationPath) +
+               " must be relative, with no empty part (no '/' at either " + "end, no '//')";
+    }
+    std::error_code error;
+    const fs::path destination = folder / destinationPath;
+    fs::path deepestFolder = folder;
+    for (fs::path walked = folder; const fs::path& part : fs::path(destinationPath).parent_path()) {
+        walked /= part;
+        if (!fs::exists(walked, error)) break;
+        if (!fs::is_directory(walked, error)) return Quoted(walked) + " is a file where a folder must be";
+        deepestFolder = walked;
+    }
+    if (fs::exists(destination, error)) {
+        if (fs::equivalent(destination, source, error)) return Quoted(destination) + " is SOURCE itself";
+        if (fs::is_directory(destination, error) && !fs::is_empty(destination, error)) {
+            return Quoted(destination) + " is a folder that is not empty";
+        }
+    }
+    if (access(deepestFolder.c_str(), W_OK | X_OK) != 0) return "cannot write in " + Quoted(deepestFolder);
+    return std::nullopt;
+}
+
+}  // namespace
+
 std::variant<LocalCopy, std::string> Localize(const CopyArguments& arguments) {
     std::error_code error;
     LocalCopy copy{arguments, 0};
@@ -20,10 +58,18 @@ std::variant<LocalCopy, std::string> Localize(const CopyArguments& arguments) {
     if (!fs::is_directory(copy.arguments.destinationFolder, error)) {
         return "'" + arguments.destinationFolder + "' is not a folder";
     }
+    if (auto refused = CheckDestination(copy.arguments.source, copy.arguments.destinationFolder,
+                                        arguments.destinationPath)) {
+        return *refused;
+    }
     const std::uintmax_t size = fs::file_size(copy.arguments.source, error);
     if (error) return "cannot read the size of '" + arguments.source + "'";
     copy.sourceSize = static_cast<std::int64_t>(size);
     return copy;
+}
+
+std::string DestinationOf(const LocalCopy& copy) {
+    return (fs::path(copy.arguments.destinationFolder) / copy.arguments.destinationPath).string();
 }
 
 std::vector<Field> CopyFileFields(const LocalCopy& copy, std::int32_t startTicks) {

@@ -26,9 +26,12 @@ struct LocalCopy {
     std::int64_t sourceSize = 0;
 };
 
-// SOURCE must be a file (a folder is never copied) and DEST_FOLDER a folder;
-// otherwise the text of the error.
+// SOURCE must be a file (a folder is never copied), DEST_FOLDER a folder, and
+// the way to DEST_PATH below it clear (see the checks); otherwise the text of
+// the error.
 std::variant<LocalCopy, std::string> Localize(const CopyArguments& arguments);
+// The file that the copy writes.
+std::string DestinationOf(const LocalCopy& copy);
 
 // The fields of the CopyFile command, in an order the assistant can read:
 // SrcFileInfo has to come before SrcFileInfoMD5, whose name begins with it.

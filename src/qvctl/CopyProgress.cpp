@@ -2,9 +2,13 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdint>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <vector>
 
 #include "protocol/Report.h"
+#include "qvctl/CopyCommand.h"
 #include "qvctl/ReplyFormat.h"
 
 namespace qv::ctl {
@@ -12,17 +16,11 @@ namespace qv::ctl {
 namespace {
 
 constexpr std::int64_t kFullBar = 400;
-constexpr std::int64_t kCells = 20;
+constexpr std::size_t kCells = 20;
 // Back to the line's start; the erase behind the text removes what a longer
 // line before left there.
 constexpr std::string_view kLineStart = "\r";
 constexpr std::string_view kEraseRest = "\x1b[K";
-
-std::int64_t Position(std::string_view barPos) {
-    std::int64_t position = 0;
-    std::from_chars(barPos.data(), barPos.data() + barPos.size(), position);
-    return std::clamp<std::int64_t>(position, 0, kFullBar);
-}
 
 std::string_view FieldValue(const std::vector<std::pair<std::string_view, std::string_view>>& fields,
                             std::string_view name) {
@@ -30,40 +28,142 @@ std::string_view FieldValue(const std::vector<std::pair<std::string_view, std::s
     return field == fields.end() ? std::string_view() : field->second;
 }
 
-}  // namespace
-
-std::string ProgressLine(std::string_view barPos, std::string_view message, std::size_t columns) {
-    const std::int64_t position = Position(barPos);
-    const auto filled = static_cast<std::size_t>(position * kCells / kFullBar);
-    std::string percent = std::to_string(position * 100 / kFullBar);
-    percent.insert(0, 3 - percent.size(), ' ');
-    std::string line = "[" + std::string(filled, '#') +
-                       std::string(static_cast<std::size_t>(kCells) - filled, ' ') + "] " + percent + "% " +
-                       std::string(message);
-    if (columns > 0 && line.size() > columns - 1) line.resize(columns - 1);
-    return line;
+double Seconds(Duration duration) {
+    return std::chrono::duration<double>(duration).count();
 }
 
-CopyDisplay::CopyDisplay(std::ostream& out, OutputMode mode, std::optional<std::size_t> terminalColumns)
-    : out_(out), mode_(mode), columns_(mode == OutputMode::Text ? terminalColumns : std::nullopt) {}
+}  // namespace
+
+std::string SizeText(std::int64_t bytes) {
+    static constexpr const char* kUnits[] = {"KB", "MB", "GB", "TB"};
+    if (bytes < 1024) return std::to_string(bytes) + " bytes";
+    double value = static_cast<double>(bytes) / 1024;
+    std::size_t unit = 0;
+    for (; value >= 1024 && unit + 1 < std::size(kUnits); ++unit) value /= 1024;
+    char text[32];
+    std::snprintf(text, sizeof text, unit >= 2 ? "%.2f %s" : "%.1f %s", value, kUnits[unit]);
+    return text;
+}
+
+std::string DurationText(Duration duration) {
+    const auto seconds =
+        std::max<std::int64_t>(0, std::chrono::duration_cast<std::chrono::seconds>(duration).count());
+    char text[32];
+    if (seconds < 3600) {
+        std::snprintf(text, sizeof text, "%02lld:%02lld", static_cast<long long>(seconds / 60),
+                      static_cast<long long>(seconds % 60));
+    } else {
+        std::snprintf(text, sizeof text, "%lld:%02lld:%02lld", static_cast<long long>(seconds / 3600),
+                      static_cast<long long>(seconds / 60 % 60), static_cast<long long>(seconds % 60));
+    }
+    return text;
+}
+
+std::string ProgressLine(const CopyFigures& figures, std::size_t columns) {
+    const std::int64_t done = std::clamp<std::int64_t>(figures.done, 0, figures.size);
+    const double fraction =
+        figures.size > 0 ? static_cast<double>(done) / static_cast<double>(figures.size) : 1.0;
+    const auto filled = static_cast<std::size_t>(fraction * kCells);
+    const std::string bar = "[" + std::string(filled, '#') + std::string(kCells - filled, ' ') + "]";
+    std::string percent = std::to_string(static_cast<int>(fraction * 100)) + "%";
+    percent.insert(0, 4 - percent.size(), ' ');
+    const std::string amount = SizeText(done) + " of " + SizeText(figures.size);
+    std::string rate, left;
+    if (figures.bytesPerSecond && *figures.bytesPerSecond > 0) {
+        rate = SizeText(static_cast<std::int64_t>(*figures.bytesPerSecond)) + "/s";
+        const auto secondsLeft = static_cast<double>(figures.size - done) / *figures.bytesPerSecond;
+        left =
+            DurationText(std::chrono::duration_cast<Duration>(std::chrono::duration<double>(secondsLeft))) +
+            " left";
+    }
+    const std::vector<std::vector<std::string_view>> layouts = {{bar, percent, amount, rate, left},
+                                                                {bar, percent, rate, left},
+                                                                {bar, percent, left},
+                                                                {percent, left},
+                                                                {percent}};
+    for (const auto& layout : layouts) {
+        std::string line;
+        for (const std::string_view piece : layout) {
+            if (piece.empty()) continue;
+            if (!line.empty()) line += ' ';
+            line += piece;
+        }
+        if (line.size() < columns) return line;
+    }
+    return "";
+}
+
+CopyDisplay::CopyDisplay(std::ostream& out, OutputMode mode, std::optional<std::size_t> terminalColumns,
+                         const Clock& clock, std::string destination, std::int64_t size)
+    : out_(out),
+      mode_(mode),
+      columns_(mode == OutputMode::Text ? terminalColumns : std::nullopt),
+      clock_(clock),
+      destination_(std::move(destination)),
+      size_(size),
+      begun_(clock.Now()) {}
+
+std::int64_t CopyDisplay::Done(std::string_view barPos) const {
+    std::error_code error;
+    const auto written = std::filesystem::file_size(destination_, error);
+    if (!error) return static_cast<std::int64_t>(written);
+    // The destination out of sight (another file system view): the
+    // assistant's own bar position, 0 to 400 of the total.
+    std::int64_t position = 0;
+    std::from_chars(barPos.data(), barPos.data() + barPos.size(), position);
+    return static_cast<std::int64_t>(static_cast<double>(size_) *
+                                     static_cast<double>(std::clamp<std::int64_t>(position, 0, kFullBar)) /
+                                     kFullBar);
+}
+
+void CopyDisplay::Redraw(const CopyFigures& figures) {
+    out_ << kLineStart << ProgressLine(figures, *columns_) << kEraseRest << std::flush;
+    lineOpen_ = true;
+}
 
 void CopyDisplay::Show(const String& reply) {
+    if (!columns_) {
+        out_ << RenderReply(reply, mode_) << std::flush;
+        return;
+    }
     const auto fields = ReportFields(SplitReport(reply.Bytes()).lines);
-    if (columns_ && FieldValue(fields, "Status") == "InProgress") {
-        out_ << kLineStart
-             << ProgressLine(FieldValue(fields, "BarPos"), FieldValue(fields, "MsgStr"), *columns_)
-             << kEraseRest << std::flush;
-        lineOpen_ = true;
+    const TimePoint now = clock_.Now();
+    const auto end = CopyEndOf(reply);
+    if (FieldValue(fields, "Status") == "InProgress") {
+        CopyFigures figures{Done(FieldValue(fields, "BarPos")), size_, std::nullopt};
+        if (!firstReport_) firstReport_ = {now, figures.done};
+        const double seconds = Seconds(now - firstReport_->first);
+        if (seconds > 0)
+            figures.bytesPerSecond = static_cast<double>(figures.done - firstReport_->second) / seconds;
+        lastDone_ = figures.done;
+        Redraw(figures);
+        return;
+    }
+    if (end == CopyEnd::Complete) {
+        const Duration took = now - begun_;
+        Redraw({size_, size_, std::nullopt});
+        EndLine();
+        out_ << "Copied " << SizeText(size_) << " in " << DurationText(took);
+        if (Seconds(took) > 0)
+            out_ << ", " << SizeText(static_cast<std::int64_t>(size_ / Seconds(took))) << "/s";
+        out_ << "\n" << std::flush;
         return;
     }
     EndLine();
+    if (end == CopyEnd::Abort) {
+        out_ << "Aborted after " << SizeText(lastDone_) << " of " << SizeText(size_)
+             << "; the assistant removed the partial copy\n"
+             << std::flush;
+        return;
+    }
     out_ << RenderReply(reply, mode_) << std::flush;
 }
 
-void CopyDisplay::EndLine() {
-    if (!lineOpen_) return;
+bool CopyDisplay::EndLine() {
+    if (!lineOpen_) return false;
     out_ << '\n' << std::flush;
     lineOpen_ = false;
+    return true;
 }
 
 }  // namespace qv::ctl

@@ -10,6 +10,7 @@
 #include "foundation/SignalWatch.h"
 #include "protocol/CommandText.h"
 #include "qvctl/CopyProgress.h"
+#include "qvctl/ExitStatus.h"
 
 namespace qv::ctl {
 
@@ -28,12 +29,17 @@ std::optional<std::size_t> TerminalColumns(int fd) {
 
 CopyRun::CopyRun(RunLoop& loop, std::string socketPath, const std::vector<Field>& fields,
                  std::optional<Duration> wait)
-    : session_(loop, SessionPlan{std::move(socketPath), MakeFrame(CommandText(fields)), WaitFor::LastReply,
+    : loop_(loop),
+      session_(loop, SessionPlan{std::move(socketPath), MakeFrame(CommandText(fields)), WaitFor::LastReply,
                                  wait, [](const String& reply) { return CopyEndOf(reply).has_value(); }}) {
     session_.onReply = [this](const String& reply) { Take(reply); };
 }
 
 void CopyRun::Start() {
+    firstReport_ = loop_.AddTimer(loop_.GetClock().Now() + kFirstReportWait, [this] {
+        notStarted_ = true;
+        session_.Finish(Outcome::NoReply);
+    });
     session_.Start();
 }
 
@@ -44,6 +50,7 @@ bool CopyRun::RequestAbort() {
 }
 
 void CopyRun::Take(const String& reply) {
+    firstReport_.Reset();
     end_ = CopyEndOf(reply);
     if (!end_) {
         running_ = true;
@@ -55,24 +62,26 @@ void CopyRun::Take(const String& reply) {
 void CopyRun::SendAbort() {
     if (abortSent_) return;
     abortSent_ = true;
-    session_.Send(MakeFrame(CommandText({{"Command", "CopyFileAbort"}})));
+    session_.Send(MakeFrame(CommandText(AbortCommand().fields)));
 }
 
 int RunCopy(const Options& options) {
     const auto local = Localize(options.copy);
     if (const auto* error = std::get_if<std::string>(&local)) {
         std::cerr << "qvctl: " << *error << "\n";
-        return 1;  // as for any wrong argument
+        return kUsageStatus;  // as for any wrong argument
     }
+    const LocalCopy& copy = std::get<LocalCopy>(local);
     SystemClock clock;
     RunLoop loop(clock);
-    CopyDisplay display(std::cout, options.output, TerminalColumns(STDOUT_FILENO));
-    CopyRun run(loop, options.socketPath, CopyFileFields(std::get<LocalCopy>(local), Ticks(clock)),
-                options.wait);
+    CopyDisplay display(std::cout, options.output, TerminalColumns(STDOUT_FILENO), clock, DestinationOf(copy),
+                        copy.sourceSize);
+    CopyRun run(loop, options.socketPath, CopyFileFields(copy, Ticks(clock)), options.wait);
     run.onReply = [&](const String& reply) { display.Show(reply); };
     bool interrupted = false;
     const SignalWatch interrupts(loop, {SIGINT}, [&](int) {
-        display.EndLine();
+        // The terminal has echoed "^C" where the cursor was; the message goes below it.
+        if (!display.EndLine() && isatty(STDERR_FILENO)) std::cerr << '\n';
         if (interrupted) {
             // The second Ctrl-C ends qvctl as Ctrl-C ends any program.
             std::signal(SIGINT, SIG_DFL);
@@ -86,11 +95,26 @@ int RunCopy(const Options& options) {
     run.Start();
     while (!run.Result()) loop.RunOnce(std::nullopt);
     display.EndLine();
+    if (run.NotStarted()) {
+        std::cerr << NotStartedMessage();
+        return static_cast<int>(Outcome::NoReply);
+    }
     if (*run.Result() != Outcome::Done) {
         std::cerr << OutcomeMessage(*run.Result(), options.socketPath);
         return static_cast<int>(*run.Result());
     }
     return run.End() == CopyEnd::Abort ? kCopyAbortedStatus : 0;
+}
+
+std::string NotStartedMessage() {
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(kFirstReportWait).count();
+    return "qvctl: the assistant did not start the copy: no report came within " + std::to_string(seconds) +
+           " s.\n"
+           "It drops a copy that it cannot start without a word, for example when\n"
+           "  - SOURCE cannot be opened for reading (no permission, a FIFO or device),\n"
+           "  - the destination cannot be made or written (no permission, a full\n"
+           "    disk, a read-only file system),\n"
+           "  - the destination is SOURCE itself under another name.\n";
 }
 
 }  // namespace qv::ctl

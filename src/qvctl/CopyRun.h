@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -11,8 +12,9 @@
 
 namespace qv::ctl {
 
-// qvctl's exit status when the copy ended with "Status: Abort"; beside 0 to 5.
-inline constexpr int kCopyAbortedStatus = 6;
+// The assistant starts a command at its next tick, 2 s apart, and reports
+// after the first 2 MiB have gone; a copy it drops says nothing at all.
+inline constexpr Duration kFirstReportWait = std::chrono::seconds(10);
 
 // One copy from qvctl's side: the CopyFile command, every report as it comes,
 // and on request one CopyFileAbort, after which it goes on waiting for the end
@@ -35,17 +37,25 @@ public:
     std::optional<Outcome> Result() const { return session_.Result(); }
     // What the end report said.
     std::optional<CopyEnd> End() const { return end_; }
+    // True when no report came within kFirstReportWait: the run ended NoReply.
+    bool NotStarted() const { return notStarted_; }
 
 private:
     void Take(const String& reply);
     void SendAbort();
 
+    RunLoop& loop_;
     Session session_;
+    RunLoop::Pending firstReport_;
+    bool notStarted_ = false;
     bool running_ = false;
     bool abortRequested_ = false;
     bool abortSent_ = false;
     std::optional<CopyEnd> end_;
 };
+
+// Why a copy may not have started, for standard error.
+std::string NotStartedMessage();
 
 // `qvctl copy`: the whole command, with its output on standard output, its
 // messages on standard error and Ctrl-C as the abort. Gives the exit status.

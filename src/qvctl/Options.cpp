@@ -1,30 +1,10 @@
 #include "qvctl/Options.h"
 
 #include <algorithm>
-#include <charconv>
-#include <chrono>
-#include <cmath>
-#include <cstdint>
 
 namespace qv::ctl {
 
 namespace {
-
-// A day: long enough for any use, and far from overflowing the clock's type.
-constexpr double kMaxWaitSeconds = 24 * 60 * 60;
-
-std::optional<Action> ActionNamed(std::string_view word) {
-    if (word == "status") return Action::Status;
-    if (word == "show") return Action::Show;
-    if (word == "hide") return Action::Hide;
-    if (word == "abort") return Action::Abort;
-    if (word == "send") return Action::Send;
-    if (word == "get") return Action::Get;
-    if (word == "headers") return Action::Headers;
-    if (word == "news") return Action::News;
-    if (word == "copy") return Action::Copy;
-    return std::nullopt;
-}
 
 std::string Quoted(std::string_view text) {
     return "'" + std::string(text) + "'";
@@ -36,142 +16,45 @@ std::optional<UsageError> CheckLineValue(std::string_view what, std::string_view
     return UsageError{std::string(what) + " cannot hold a CR"};
 }
 
-std::optional<Duration> ParseSeconds(std::string_view text) {
-    double seconds = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
-    if (text.empty() || error != std::errc() || end != text.data() + text.size() || !std::isfinite(seconds) ||
-        seconds < 0 || seconds > kMaxWaitSeconds) {
-        return std::nullopt;
-    }
-    return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(seconds));
+const CommandSpec* FindCommand(std::string_view word) {
+    const auto commands = CommandTable();
+    const auto found = std::ranges::find(commands, word, &CommandSpec::name);
+    return found == commands.end() ? nullptr : &*found;
 }
-
-// A byte count: decimal digits only, within a signed 64-bit integer.
-std::optional<std::int64_t> ParseByteCount(std::string_view text) {
-    std::int64_t count = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
-    if (text.empty() || text.front() == '-' || error != std::errc() || end != text.data() + text.size()) {
-        return std::nullopt;
-    }
-    return count;
-}
-
-std::optional<UsageError> NeedsPath(std::string_view name, std::string_view value) {
-    if (!value.empty()) return std::nullopt;
-    return UsageError{std::string(name) + " needs a path"};
-}
-
-using Set = std::optional<UsageError>;
-
-constexpr OptionSpec kOptions[] = {
-    {"--socket", "", "PATH", "The channel (default /tmp/qvipc).",
-     [](OptionReading& r, std::string_view value) -> Set {
-         if (auto error = NeedsPath("--socket", value)) return error;
-         r.options.socketPath = std::string(value);
-         return std::nullopt;
-     }},
-    {"--wait", "", "SECONDS",
-     "How long to wait, 0 to 86400, fractions allowed:\n"
-     "  status, abort: at most this long for the reply\n"
-     "    (default 5); qvctl ends as soon as it is in.\n"
-     "  get, headers, news: the same (default 70, since the\n"
-     "    assistant gives up on a fetch after 60).\n"
-     "  show, hide: how long to stay connected (default 3).\n"
-     "  send: how long to collect replies (default 5).\n"
-     "  copy: at most this long for the end report\n"
-     "    (default: no limit).",
-     [](OptionReading& r, std::string_view value) -> Set {
-         r.options.wait = ParseSeconds(value);
-         if (r.options.wait) return std::nullopt;
-         return UsageError{"--wait takes seconds from 0 to 86400, not " + Quoted(value)};
-     }},
-    {"--raw", "", "",
-     "Show every byte: CR as \\r, LF as \\n and a line break,\n"
-     "a backslash as \\\\, other control bytes as \\xHH.",
-     [](OptionReading& r, std::string_view) -> Set {
-         r.raw = true;
-         return std::nullopt;
-     }},
-    {"--json", "", "",
-     "One JSON object per reply, on one line:\n"
-     "  {\"fields\":[{\"name\":\"Response\",\"value\":\"Status\"},...],\n"
-     "   \"body\":\"<Base64>\"}\n"
-     "The fields are the lines up to the first empty line,\n"
-     "each cut at its first \": \" (a line without one is all\n"
-     "name, with an empty value); the body is everything\n"
-     "behind the empty line, \"\" when there is none.",
-     [](OptionReading& r, std::string_view) -> Set {
-         r.json = true;
-         return std::nullopt;
-     }},
-    {"--output", "", "FILE",
-     "get, headers, news: the body goes to FILE instead of\n"
-     "standard output. FILE is created or emptied first, as\n"
-     "a shell redirection would do. Not with --json.",
-     [](OptionReading& r, std::string_view value) -> Set {
-         if (auto error = NeedsPath("--output", value)) return error;
-         r.options.outputPath = std::string(value);
-         return std::nullopt;
-     }},
-    {"--date", "", "TEXT", "news: the form's key date (default empty).",
-     [](OptionReading& r, std::string_view value) -> Set {
-         r.options.date = std::string(value);
-         return std::nullopt;
-     }},
-    {"--goi", "", "TEXT", "news: the form's key goi (default empty).",
-     [](OptionReading& r, std::string_view value) -> Set {
-         r.options.goi = std::string(value);
-         return std::nullopt;
-     }},
-    {"--total", "", "BYTES",
-     "copy: the bytes the progress counts against\n"
-     "(default SOURCE's size).",
-     [](OptionReading& r, std::string_view value) -> Set {
-         r.options.copy.total = ParseByteCount(value);
-         if (r.options.copy.total) return std::nullopt;
-         return UsageError{"--total takes a number of bytes, not " + Quoted(value)};
-     }},
-    {"--md5", "", "TAG", "copy: the tag that every report echoes\n(default \"qvctl\").",
-     [](OptionReading& r, std::string_view value) -> Set {
-         r.options.copy.tag = std::string(value);
-         return std::nullopt;
-     }},
-    {"--no-reset", "", "",
-     "copy: the assistant's byte count goes on from the\n"
-     "copy before.",
-     [](OptionReading& r, std::string_view) -> Set {
-         r.options.copy.resetAmount = false;
-         return std::nullopt;
-     }},
-    {"--help", "-h", "", "This text.",
-     [](OptionReading& r, std::string_view) -> Set {
-         r.options.help = true;
-         return std::nullopt;
-     }},
-};
 
 const OptionSpec* FindOption(std::string_view name) {
-    for (const OptionSpec& option : kOptions) {
+    for (const OptionSpec& option : OptionTable()) {
         if (option.name == name || (!option.alias.empty() && option.alias == name)) return &option;
     }
     return nullptr;
+}
+
+// `help [COMMAND]`, or --help with or without a command.
+std::variant<Options, UsageError> ApplyHelp(Options options, std::span<const std::string_view> operands) {
+    options.help = true;
+    if (!operands.empty() && operands.front() == "help") operands = operands.subspan(1);
+    if (operands.empty()) return options;
+    const CommandSpec* command = FindCommand(operands.front());
+    if (!command) return UsageError{"unknown command " + Quoted(operands.front())};
+    options.helpTopic = command->action;
+    return options;
 }
 
 // Everything after the options: the command word and its arguments.
 std::variant<Options, UsageError> ApplyOperands(Options options, std::span<const std::string_view> operands) {
     if (operands.empty()) return UsageError{"no command given"};
     const std::string_view word = operands.front();
-    const auto action = ActionNamed(word);
-    if (!action) return UsageError{"unknown command " + Quoted(word)};
-    options.action = *action;
+    const CommandSpec* command = FindCommand(word);
+    if (!command) return UsageError{"unknown command " + Quoted(word)};
+    options.action = command->action;
     const auto rest = operands.subspan(1);
-    if (IsFetch(*action)) {
+    if (IsFetch(command->action)) {
         if (rest.size() != 1 || rest.front().empty()) return UsageError{std::string(word) + " needs one URL"};
         if (auto error = CheckLineValue("the URL", rest.front())) return *error;
         options.url = std::string(rest.front());
         return options;
     }
-    if (*action == Action::Copy) {
+    if (command->action == Action::Copy) {
         if (rest.size() != 3 || std::ranges::any_of(rest, &std::string_view::empty)) {
             return UsageError{"copy needs SOURCE DEST_FOLDER DEST_PATH"};
         }
@@ -181,7 +64,7 @@ std::variant<Options, UsageError> ApplyOperands(Options options, std::span<const
         options.copy.destinationPath = std::string(rest[2]);
         return options;
     }
-    if (*action != Action::Send) {
+    if (command->action != Action::Send) {
         if (!rest.empty()) return UsageError{Quoted(word) + " takes no arguments"};
         return options;
     }
@@ -195,19 +78,17 @@ std::variant<Options, UsageError> ApplyOperands(Options options, std::span<const
     return options;
 }
 
-// The options that only some commands take.
-std::optional<UsageError> CheckOptionsFitTheCommand(const Options& options) {
-    if ((options.date || options.goi) && options.action != Action::News) {
-        return UsageError{"--date and --goi belong to news"};
+// The options given that their command does not take, and the values that
+// go into command lines.
+std::optional<UsageError> CheckOptionsFitTheCommand(const Options& options,
+                                                    const std::vector<const OptionSpec*>& given) {
+    for (const OptionSpec* option : given) {
+        if (!Takes(*option, options.action)) {
+            return UsageError{std::string(option->name) + " belongs to " + std::string(option->commands)};
+        }
     }
-    if (options.outputPath && !IsFetch(options.action))
-        return UsageError{"--output belongs to get, headers and news"};
     if (options.outputPath && options.output == OutputMode::Json) {
         return UsageError{"--output and --json exclude each other"};
-    }
-    if ((options.copy.total || options.copy.tag || !options.copy.resetAmount) &&
-        options.action != Action::Copy) {
-        return UsageError{"--total, --md5 and --no-reset belong to copy"};
     }
     if (auto error = CheckLineValue("--md5", options.copy.tag.value_or(""))) return error;
     if (auto error = CheckLineValue("--date", options.date.value_or(""))) return error;
@@ -216,13 +97,10 @@ std::optional<UsageError> CheckOptionsFitTheCommand(const Options& options) {
 
 }  // namespace
 
-std::span<const OptionSpec> OptionTable() {
-    return kOptions;
-}
-
 std::variant<Options, UsageError> ParseOptions(std::span<const std::string_view> args) {
     OptionReading reading;
     std::vector<std::string_view> operands;
+    std::vector<const OptionSpec*> given;
     for (std::size_t i = 0; i < args.size(); ++i) {
         const std::string_view arg = args[i];
         if (arg == "--") {
@@ -248,14 +126,18 @@ std::variant<Options, UsageError> ParseOptions(std::span<const std::string_view>
             return UsageError{std::string(option->name) + " needs a value"};
         }
         if (auto error = option->apply(reading, value)) return *error;
+        given.push_back(option);
     }
     Options& options = reading.options;
-    if (options.help) return options;
+    if (options.help || (!operands.empty() && operands.front() == "help"))
+        return ApplyHelp(options, operands);
+    if (options.version) return options;
     if (reading.raw && reading.json) return UsageError{"--raw and --json exclude each other"};
     options.output = reading.raw ? OutputMode::Raw : reading.json ? OutputMode::Json : OutputMode::Text;
+    if (reading.interactive && operands.empty()) operands.push_back("session");
     auto applied = ApplyOperands(std::move(options), operands);
     if (const auto* complete = std::get_if<Options>(&applied)) {
-        if (auto error = CheckOptionsFitTheCommand(*complete)) return *error;
+        if (auto error = CheckOptionsFitTheCommand(*complete, given)) return *error;
     }
     return applied;
 }

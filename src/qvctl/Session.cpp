@@ -12,37 +12,32 @@ SessionPlan PlanFor(const Options& options) {
             options.wait.value_or(command.defaultWait)};
 }
 
-Session::Session(RunLoop& loop, SessionPlan plan) : loop_(loop), plan_(std::move(plan)), socket_(loop) {
-    socket_.SetPath(String(plan_.socketPath));
-    socket_.onDataAvailable = [this] { TakeReplies(); };
-    socket_.onError = [this] { ConnectionLost(); };
+Session::Session(RunLoop& loop, SessionPlan plan)
+    : loop_(loop), plan_(std::move(plan)), link_(loop, plan_.socketPath) {
+    link_.onReply = [this](const String& reply) { TakeReply(reply); };
+    link_.onLost = [this] { ConnectionLost(); };
 }
 
 void Session::Start() {
     if (plan_.wait) {
         deadline_ = loop_.AddTimer(loop_.GetClock().Now() + *plan_.wait, [this] { WaitOver(); });
     }
-    socket_.Connect();
+    link_.Connect();
     Send(plan_.frame);
 }
 
 void Session::Send(const String& frame) {
     // Queued until the connection is made; dropped with it if it fails.
-    if (!result_) socket_.Write(frame);
+    if (!result_) link_.Send(frame);
 }
 
-void Session::TakeReplies() {
-    frames_.Append(socket_.ReadAll().Bytes());
-    while (!result_) {
-        const auto payload = frames_.TakeFrame();
-        if (!payload) return;
-        ++replies_;
-        const String reply = DecodePayload(payload->Bytes());
-        if (onReply) onReply(reply);
-        if (plan_.waitFor == WaitFor::FirstReply ||
-            (plan_.waitFor == WaitFor::LastReply && plan_.isLast(reply))) {
-            Finish(Outcome::Done);
-        }
+void Session::TakeReply(const String& reply) {
+    if (result_) return;
+    ++replies_;
+    if (onReply) onReply(reply);
+    if (plan_.waitFor == WaitFor::FirstReply ||
+        (plan_.waitFor == WaitFor::LastReply && plan_.isLast(reply))) {
+        Finish(Outcome::Done);
     }
 }
 
@@ -50,7 +45,7 @@ void Session::WaitOver() {
     if (result_) return;
     // A lost connection reads as not connected here even before its Error
     // event has been delivered.
-    const bool connected = socket_.IsConnected();
+    const bool connected = link_.IsConnected();
     // A first or last reply would have ended the session when it came.
     const bool done =
         plan_.waitFor == WaitFor::NoReply ? connected : plan_.waitFor == WaitFor::EveryReply && replies_ > 0;
@@ -64,9 +59,10 @@ void Session::ConnectionLost() {
 }
 
 void Session::Finish(Outcome outcome) {
+    if (result_) return;
     result_ = outcome;
     deadline_.Reset();
-    socket_.Close();
+    link_.Close();
 }
 
 std::string OutcomeMessage(Outcome outcome, std::string_view socketPath) {

@@ -5,10 +5,9 @@
 #include <string>
 #include <string_view>
 
-#include "foundation/IPCSocket.h"
 #include "foundation/RunLoop.h"
-#include "protocol/Frame.h"
 #include "qvctl/Command.h"
+#include "qvctl/Link.h"
 
 namespace qv::ctl {
 
@@ -55,17 +54,17 @@ public:
     void Send(const String& frame);
     // Set once the session has ended; the connection is closed by then.
     std::optional<Outcome> Result() const { return result_; }
+    // Ends it now, unless it has ended already.
+    void Finish(Outcome outcome);
 
 private:
-    void TakeReplies();
+    void TakeReply(const String& reply);
     void WaitOver();
     void ConnectionLost();
-    void Finish(Outcome outcome);
 
     RunLoop& loop_;
     SessionPlan plan_;
-    IPCSocket socket_;
-    FrameBuffer frames_;
+    Link link_;
     RunLoop::Pending deadline_;
     int replies_ = 0;
     std::optional<Outcome> result_;

@@ -4,9 +4,12 @@
 #include <variant>
 #include <vector>
 
+#include "Version.h"
 #include "foundation/Clock.h"
 #include "foundation/RunLoop.h"
+#include "qvctl/Console.h"
 #include "qvctl/CopyRun.h"
+#include "qvctl/ExitStatus.h"
 #include "qvctl/FetchReply.h"
 #include "qvctl/Help.h"
 #include "qvctl/Options.h"
@@ -15,10 +18,6 @@
 
 int main(int argc, char** argv) {
     using namespace qv::ctl;
-    // Beside the session's outcomes (0, 2, 3).
-    constexpr int kUsageStatus = 1;
-    constexpr int kFetchFailedStatus = 4;
-    constexpr int kOutputFailedStatus = 5;
 
     const std::vector<std::string_view> args(argv + 1, argv + argc);
     const auto parsed = ParseOptions(args);
@@ -28,10 +27,15 @@ int main(int argc, char** argv) {
     }
     const Options& options = std::get<Options>(parsed);
     if (options.help) {
-        std::cout << HelpText();
+        std::cout << HelpText(options.helpTopic);
+        return 0;
+    }
+    if (options.version) {
+        std::cout << "qvctl " << qv::kVersion << "\n";
         return 0;
     }
     if (options.action == Action::Copy) return RunCopy(options);
+    if (options.action == Action::Session) return RunConsole(options);
 
     // Opened before the fetch, as a shell redirection would be, so that a path
     // that cannot be written costs no wait.

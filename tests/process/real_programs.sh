@@ -6,22 +6,13 @@
 # so the machine's /tmp/qvipc is never touched; exits 77 (skipped) where no
 # namespace can be made.
 set -euo pipefail
+source "$(dirname "$0")/common.sh"
+private_tmp "$@"
 assistant=$1 qvctl=$2
-if [ -z "${QV_PRIVATE_TMP:-}" ]; then
-  private=(unshare --mount) who=root
-  [ "$(id -u)" -eq 0 ] || private=(unshare --user --map-root-user --mount) who=user
-  "${private[@]}" true 2>/dev/null || { echo "no private /tmp can be made: skipped"; exit 77; }
-  # A checkout under /tmp stays reachable through a descriptor of the old /tmp.
-  beside_tmp() { case $1 in /tmp/*) echo "/proc/self/fd/9/${1#/tmp/}" ;; *) echo "$1" ;; esac; }
-  exec env QV_PRIVATE_TMP=$who "${private[@]}" bash -c 'exec 9</tmp && mount -t tmpfs tmpfs /tmp && cd /tmp && exec bash "$0" "$@"' \
-    "$(beside_tmp "$0")" "$(beside_tmp "$1")" "$(beside_tmp "$2")"
-fi
 channel=/tmp/qvipc
 work=$(mktemp -d /tmp/qvtest.XXXXXX)
 pids=()
 trap 'for p in "${pids[@]}"; do kill -9 "$p" 2>/dev/null || true; done' EXIT
-fail() { echo "FAILED: $*"; exit 1; }
-wait_for() { for _ in $(seq 100); do eval "$1" && return 0; sleep 0.05; done; fail "$2"; }
 # Holds the channel open and silent until killed, as Quorvane does between commands.
 peer() { python3 -c 'import socket, time; s = socket.socket(socket.AF_UNIX); s.connect("/tmp/qvipc"); time.sleep(60)' & pids+=($!); peer_pid=$!; }
 start() {
@@ -65,6 +56,18 @@ status=0
 start
 [ "$("$qvctl" status | od -c)" = "$(printf 'Response: Status\r\nStatus: Ready\r\nHTTPError: \r\n' | od -c)" ] || fail "status"
 ends_with_zero "qvctl left"
+
+# A session: a script of commands on one connection; a line qvctl refuses is
+# skipped, and the end of input waits for every reply still due.
+printf 'one' >"$work/one.bin"
+start
+status=0
+printf 'status\nhide\ncopy %s %s sub/\ncopy %s %s s/one.bin --md5 s1\nstatus\nquit\nstatus\n' \
+  "$work/one.bin" "$work" "$work/one.bin" "$work" | "$qvctl" session >"$work/session" 2>"$work/session.err" || status=$?
+[ "$status" = 1 ] && [ "$(grep -c 'Response: Status' "$work/session")" = 2 ] || fail "session: $status"
+grep -q "DEST_PATH 'sub/'" "$work/session.err" && grep -q 'Status: Complete' "$work/session" || fail "session replies"
+cmp -s "$work/one.bin" "$work/s/one.bin" || fail "session copy"
+ends_with_zero "the session"
 
 # One page from a real nginx, byte for byte, and exit 4 for a refused fetch.
 port=$(python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')

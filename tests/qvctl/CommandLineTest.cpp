@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "qvctl/Command.h"
+#include "qvctl/Console.h"
 #include "qvctl/CopyCommand.h"
 #include "qvctl/Help.h"
 #include "qvctl/Options.h"
@@ -68,7 +69,13 @@ TEST(QvctlOptionsTest, CommandsTakeTheirOperandsAndOptionsStandAnywhereInEitherF
          "8  date:- goi:- out:- wait:- mode:0 /tmp/qvipc copy:in,/b,c total:9223372036854775807 tag: reset"},
     };
     for (const auto& [args, expected] : cases) EXPECT_EQ(Describe(ParseOk(args)), expected);
-    EXPECT_TRUE(ParseOk({"bogus", "-h", "--raw", "--json"}).help) << "help wins over everything else";
+    const std::pair<Args, std::optional<Action>> help[] = {
+        {{"status", "-h", "--raw", "--json"}, Action::Status}, {{"help"}, std::nullopt}, {{"help", "copy"}, Action::Copy},
+        {{"--help", "--", "news"}, Action::News}};
+    for (const auto& [args, topic] : help) EXPECT_TRUE(ParseOk(args).help && ParseOk(args).helpTopic == topic);
+    EXPECT_TRUE(ParseOk({"--version"}).version);
+    EXPECT_EQ(ParseOk({"-i", "--json"}).action, Action::Session);
+    EXPECT_EQ(ParseOk({"session", "--socket", "/x"}).socketPath, "/x");
     for (const Action action : {Action::Get, Action::Headers, Action::News}) EXPECT_TRUE(IsFetch(action));
     for (const Action action : {Action::Status, Action::Abort, Action::Send, Action::Copy}) EXPECT_FALSE(IsFetch(action));
 }
@@ -90,8 +97,7 @@ TEST(QvctlOptionsTest, BadArgumentsAreUsageErrors) {
         {"status", "--md5", "t"}, {"abort", "--no-reset"}, {"send", "--output", "f", "Command=x"},
         {"copy", "in.bin", "", "a"}, {"copy", "in", "/b", "a", "--total"}, {"status", "--total", "5"},
         {"news", "http://a/", "--date", "a\rb"},
-        {"status", "--raw=1"},
-        {"status", "--help=x"},
+        {"status", "--raw=1"}, {"status", "--help=x"}, {"help", "bogus"}, {"-i", "status"}, {"session", "x"},
     };
     for (const auto& args : cases) {
         const auto parsed = ParseOptions(args);
@@ -107,6 +113,20 @@ TEST(QvctlOptionsTest, TheHelpShowsEveryOptionOfTheTableWithItsValue) {
         if (!option.valueName.empty()) label += " " + std::string(option.valueName);
         EXPECT_NE(help.find(" " + label + "  "), std::string::npos) << label;
     }
+    for (const CommandSpec& command : CommandTable()) EXPECT_NE(help.find("\n  " + std::string(command.name)), std::string::npos);
+    const std::string copy = HelpText(Action::Copy);
+    EXPECT_TRUE(copy.starts_with("Usage: qvctl [OPTIONS] copy SOURCE DEST_FOLDER DEST_PATH\n\nCommand \"CopyFile\""));
+    EXPECT_TRUE(copy.find("--total BYTES") != std::string::npos && copy.find("--wait") != std::string::npos);
+    EXPECT_EQ(copy.find("--date"), std::string::npos) << "only the options that copy takes";
+}
+
+TEST(QvctlOptionsTest, SessionLinesAreCutIntoWordsAsAShellWould) {
+    const std::pair<std::string_view, std::optional<std::vector<std::string>>> cases[] = {
+        {"  get\thttp://h/  ", std::vector<std::string>{"get", "http://h/"}},
+        {R"(news u --date '2026-11-22 10:00' --goi "a \"b\" \\ \x")", std::vector<std::string>{"news", "u", "--date", "2026-11-22 10:00", "--goi", R"(a "b" \ \x)"}},
+        {R"(a\ b '' c'd'e)", std::vector<std::string>{"a b", "", "cde"}},
+        {"", std::vector<std::string>{}}, {"'open", std::nullopt}, {R"("open\")", std::nullopt}};
+    for (const auto& [line, words] : cases) EXPECT_EQ(SplitWords(line), words) << line;
 }
 
 TEST(QvctlCommandTest, EachCommandIsItsFieldsAndWaitsAsItsRepliesRequire) {
@@ -166,8 +186,16 @@ TEST(QvctlCommandTest, ACopyIsCheckedLocallyAndSentWithEveryFieldTheTagBehindThe
         {{dir.File("missing"), dir.File("out"), "x"}, "'" + dir.File("missing") + "' is not a file"},
         {{dir.File("out"), dir.File("out"), "x"}, "'" + dir.File("out") + "' is not a file"},
         {{dir.File("src.bin"), dir.File("src.bin"), "x"}, "'" + dir.File("src.bin") + "' is not a folder"},
+        {{dir.File("src.bin"), dir.Path(), "src.bin"}, "'" + dir.File("src.bin") + "' is SOURCE itself"},
+        {{dir.File("src.bin"), dir.Path(), "src.bin/x"}, "'" + dir.File("src.bin") + "' is a file where a folder must be"},
+        {{dir.File("src.bin"), dir.Path(), "out"}, "'" + dir.File("out") + "' is a folder that is not empty"},
     };
+    test::WriteFile(dir.File("out/keep"), "");
     for (const auto& [arguments, error] : refused) EXPECT_EQ(std::get<std::string>(Localize(arguments)), error);
+    for (const char* path : {"sub/", "/abs.bin", "a//b.bin"}) {
+        EXPECT_EQ(std::get<std::string>(Localize({dir.File("src.bin"), dir.Path(), path})),
+                  "DEST_PATH '" + std::string(path) + "' must be relative, with no empty part (no '/' at either end, no '//')");
+    }
 
     LocalCopy given{{"/srv/m\xC3\xA9" "dia/x", "/backup", "c.txt"}, 4096};
     EXPECT_EQ(CommandText(CopyFileFields(given, 123456)).Bytes(),

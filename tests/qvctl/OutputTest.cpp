@@ -6,6 +6,7 @@
 #include "qvctl/CopyProgress.h"
 #include "qvctl/FetchReply.h"
 #include "qvctl/ReplyFormat.h"
+#include "support/Support.h"
 
 namespace qv::ctl {
 namespace {
@@ -85,39 +86,70 @@ TEST(QvctlOutputTest, AFetchReplySendsItsLinesOneWayAndTheRawBodyTheOther) {
     }
 }
 
-std::string Progress(const std::string& barPos, const std::string& message) {
+std::string Progress(const std::string& barPos) {
     return "Response: CopyFile\r\nSrcFileInfoMD5: qvctl\r\nStatus: InProgress\r\nBarPos: " + barPos +
-           "\r\nMsgStr: " + message + "\r\nHTTPError: \r\n";
+           "\r\nMsgStr: m\r\nHTTPError: \r\n";
 }
 
-TEST(QvctlOutputTest, OnATerminalACopysProgressRedrawsOneLineOfItsWidth) {
-    const std::pair<std::string, std::string> bars[] = {
-        {"", "[                    ]   0% m"},  // the assistant writes 0 as nothing
-        {"20", "[#                   ]   5% m"}, {"399", "[################### ]  99% m"},
-        {"400", "[####################] 100% m"}, {"500", "[####################] 100% m"},
-        {"9223372036854775807", "[####################] 100% m"}, {"-9223372036854775808", "[                    ]   0% m"},
-        {"x", "[                    ]   0% m"},
+TEST(QvctlOutputTest, ProgressLinesGiveUpTheSizesTheRateAndTheBarToFitTheirTerminal) {
+    constexpr std::int64_t kMiB = 1 << 20;
+    const CopyFigures half{512 * kMiB, 1024 * kMiB, 64.0 * kMiB};
+    const struct {
+        CopyFigures figures;
+        std::size_t columns;
+        std::string line;
+    } cases[] = {
+        {{0, 1000, std::nullopt}, 80, "[                    ]   0% 0 bytes of 1000 bytes"},
+        {half, 80, "[##########          ]  50% 512.0 MB of 1.00 GB 64.0 MB/s 00:08 left"},
+        {half, 68, "[##########          ]  50% 64.0 MB/s 00:08 left"},
+        {half, 47, "[##########          ]  50% 00:08 left"},
+        {half, 38, " 50% 00:08 left"},
+        {half, 5, " 50%"},
+        {half, 4, ""},
+        {{5000, 4000, std::nullopt}, 80, "[####################] 100% 3.9 KB of 3.9 KB"},  // a destination grown past
+        {{0, 0, std::nullopt}, 80, "[####################] 100% 0 bytes of 0 bytes"},
     };
-    for (const auto& [barPos, line] : bars) EXPECT_EQ(ProgressLine(barPos, "m", 80), line) << barPos;
-    EXPECT_EQ(ProgressLine("1", "12.0 MB of 3.500 GB, 00:07 elapsed", 38), "[                    ]   0% 12.0 MB o");
-    EXPECT_EQ(ProgressLine("1", "m", 1), "");
+    for (const auto& c : cases) EXPECT_EQ(ProgressLine(c.figures, c.columns), c.line) << c.columns;
+    const std::pair<std::int64_t, std::string> sizes[] = {{1023, "1023 bytes"}, {1024, "1.0 KB"}, {1536, "1.5 KB"},
+                                                          {kMiB, "1.0 MB"}, {1536 * kMiB, "1.50 GB"},
+                                                          {std::int64_t{1} << 60, "1048576.00 TB"}};
+    for (const auto& [bytes, text] : sizes) EXPECT_EQ(SizeText(bytes), text);
+    const std::pair<Duration, std::string> durations[] = {{std::chrono::milliseconds(59999), "00:59"},
+                                                          {std::chrono::seconds(3599), "59:59"},
+                                                          {std::chrono::seconds(3600), "1:00:00"},
+                                                          {std::chrono::seconds(-5), "00:00"}};
+    for (const auto& [duration, text] : durations) EXPECT_EQ(DurationText(duration), text);
+}
 
-    const std::string complete = "Response: CopyFile\r\nSrcFileInfoMD5: qvctl\r\nStatus: Complete\r\nHTTPError: \r\n";
+TEST(QvctlOutputTest, OnATerminalACopyIsMeasuredOnItsDestinationAndEndsInASummary) {
+    test::TempDir dir;
+    const std::string destination = dir.File("copy.bin");
+    ManualClock clock;
     std::ostringstream terminal, pipe;
-    CopyDisplay onTerminal(terminal, OutputMode::Text, 80);
-    CopyDisplay elsewhere(pipe, OutputMode::Text, std::nullopt);
-    for (CopyDisplay* display : {&onTerminal, &elsewhere}) {
-        display->Show(String(Progress("", "2.0 MB of 1.000 GB, 00:00 elapsed")));
-        display->Show(String(Progress("200", "512.0 MB of 1.000 GB, 00:01 elapsed")));
-        display->Show(String(complete));
-        display->EndLine();  // nothing left open
+    CopyDisplay onTerminal(terminal, OutputMode::Text, 80, clock, destination, 4 << 20);
+    CopyDisplay elsewhere(pipe, OutputMode::Text, std::nullopt, clock, destination, 4 << 20);
+    const std::string complete = "Response: CopyFile\r\nSrcFileInfoMD5: qvctl\r\nStatus: Complete\r\nHTTPError: \r\n";
+    const std::pair<std::size_t, std::string> steps[] = {{1 << 20, Progress("100")}, {3 << 20, Progress("300")},
+                                                         {4 << 20, complete}};
+    for (const auto& [size, report] : steps) {
+        clock.Advance(std::chrono::seconds(1));
+        test::WriteFile(destination, std::string(size, 'x'));
+        onTerminal.Show(String(report));
+        elsewhere.Show(String(report));
     }
-    EXPECT_EQ(terminal.str(),
-              "\r[                    ]   0% 2.0 MB of 1.000 GB, 00:00 elapsed\x1b[K"
-              "\r[##########          ]  50% 512.0 MB of 1.000 GB, 00:01 elapsed\x1b[K\n" +
-                  complete);
-    EXPECT_EQ(pipe.str(), Progress("", "2.0 MB of 1.000 GB, 00:00 elapsed") +
-                              Progress("200", "512.0 MB of 1.000 GB, 00:01 elapsed") + complete);
+    EXPECT_EQ(terminal.str(), "\r[#####               ]  25% 1.0 MB of 4.0 MB\x1b[K"
+                              "\r[###############     ]  75% 3.0 MB of 4.0 MB 2.0 MB/s 00:00 left\x1b[K"
+                              "\r[####################] 100% 4.0 MB of 4.0 MB\x1b[K\nCopied 4.0 MB in 00:03, 1.3 MB/s\n");
+    EXPECT_EQ(pipe.str(), Progress("100") + Progress("300") + complete);
+
+    // Out of sight, the destination's share comes from the bar position; an abort ends the line.
+    std::ostringstream aborted;
+    CopyDisplay display(aborted, OutputMode::Text, 80, clock, dir.File("missing"), 4 << 20);
+    display.Show(String(Progress("200")));
+    EXPECT_FALSE(display.EndLine() && display.EndLine()) << "a line is ended once";
+    display.Show(String("Response: CopyFile\r\nSrcFileInfoMD5: qvctl\r\nStatus: Abort\r\nHTTPError: \r\n"));
+    EXPECT_EQ(aborted.str(), "\r[##########          ]  50% 2.0 MB of 4.0 MB\x1b[K\n"
+                             "Aborted after 2.0 MB of 4.0 MB; the assistant removed the partial copy\n");
 }
 
 }  // namespace

@@ -147,6 +147,13 @@ TEST(QvctlSessionTest, ACopyRunHoldsAnEarlyAbortUntilTheCopyRunsAndEndsWithItsEn
     limited.Reply(Frame(kProgress));
     test::AdvanceBy(limited.loop, limited.clock, seconds(5));
     EXPECT_EQ(limited.copy->Result(), Outcome::NoReply) << "progress does not count";
+    Rig silent;  // a copy the assistant dropped
+    silent.StartCopy();
+    test::AdvanceBy(silent.loop, silent.clock, kFirstReportWait - milliseconds(1));
+    EXPECT_FALSE(silent.copy->Result());
+    test::AdvanceBy(silent.loop, silent.clock, milliseconds(1));
+    EXPECT_TRUE(silent.copy->Result() == Outcome::NoReply && silent.copy->NotStarted());
+    EXPECT_FALSE(limited.copy->NotStarted());
     Rig lost;
     lost.StartCopy();
     lost.assistant.Close();
