@@ -63,6 +63,7 @@ TEST(TextTest, CuttingCountsBytesOrTheCharactersOfMarkedText) {
     EXPECT_EQ(Mid(kMarked, 2, 1).GetEncoding(), Encoding::UTF8);
     EXPECT_EQ(Left(kMarked, 2).Bytes(), "h\xC3\xA9");
     EXPECT_EQ(Right(kMarked, 1).Bytes(), "\xE2\x82\xAC");
+    EXPECT_EQ(Right(kMarked, 9).Bytes(), kMarked.Bytes());
     EXPECT_EQ(MidB(kMarked, 3).Bytes(), "\xA9\xE2\x82\xAC");
     // Stray continuation bytes ride with the character before them; the first byte always starts one.
     const String malformed = Utf8("\x80\x80" "a\xFF");

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "foundation/TextFunctions.h"
+#include "foundation/ZCompression.h"
 #include "protocol/CommandText.h"
 #include "protocol/Frame.h"
 #include "protocol/PayloadCodec.h"
@@ -65,6 +66,7 @@ TEST(FrameTest, FramesAreCutByTheLongStandingRuleWhereverTheStreamIsSplit) {
         {"garbage ahead goes with the frame", "noise\r\nStart_QQ==_End", {{"QQ=="}, ""}},
         {"empty frame", "Start__EndStart_QQ==_End", {{"", "QQ=="}, ""}},
         {"stray end ahead: an empty payload, then the frame", "x_EndStart_QQ==_End", {{"", "QQ=="}, ""}},
+        {"a stray end right behind a frame", "Start_QQ==_End_EndStart_Qg==_End", {{"QQ==", "", "Qg=="}, ""}},
         {"end marker inside the start marker", "Start_EndQQ==_End", {{""}, "QQ==_End"}},
         {"markers in any letter case", "sTaRt_QQ==_eNd", {{"QQ=="}, ""}},
         {"start without end waits", "Start_QQ==", {{}, "Start_QQ=="}},
@@ -127,6 +129,9 @@ TEST(FrameTest, WhatDoesNotDecompressToItsPrefixGivesTheEmptyText) {
                                  packed.substr(0, packed.size() - 2)};
     for (const std::string& data : cases) EXPECT_TRUE(zDecompress(String(data)).IsEmpty()) << data.size();
     EXPECT_TRUE(DecodePayload("not base64 at all!").IsEmpty());
+    ZCompression codec;
+    EXPECT_TRUE(codec.DecompressBytes(String(corrupt.substr(3)), 15).IsEmpty());
+    EXPECT_EQ(codec.ErrorValue(), -3) << "bad data, in zlib's terms";
     EXPECT_EQ(zDecompress(String(packed)).Bytes(), "Command:Status\r");
 }
 

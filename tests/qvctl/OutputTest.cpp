@@ -45,7 +45,8 @@ TEST(QvctlOutputTest, RepliesAsTextRawOrJson) {
     const std::pair<std::string, std::string> escapes[] = {
         {R"(say "a\b")", R"("say \"a\\b\"")"}, {"a\rb\n\t\0\x1f"s, R"("a\u000Db\u000A\u0009\u0000\u001F")"},
         {"\xc3\xa9 \xf0\x9f\x98\x80", "\"\xc3\xa9 \xf0\x9f\x98\x80\""}, {"\xe9\xe2\x82", R"("\ufffd\ufffd\ufffd")"},
-        {"\xc0\xaf\xed\xa0\x80", R"("\ufffd\ufffd\ufffd\ufffd\ufffd")"}, {"\xf4\x90\x80\x80", R"("\ufffd\ufffd\ufffd\ufffd")"}};
+        {"\xc0\xaf\xed\xa0\x80", R"("\ufffd\ufffd\ufffd\ufffd\ufffd")"}, {"\xf4\x90\x80\x80", R"("\ufffd\ufffd\ufffd\ufffd")"},
+        {"\xf5\x80\x80\x80", R"("\ufffd\ufffd\ufffd\ufffd")"}, {"\xc2\xbf\xf0\x90\x80\xbf", "\"\xc2\xbf\xf0\x90\x80\xbf\""}};
     for (const auto& [value, json] : escapes) {
         EXPECT_EQ(RenderReply(String("N: " + value + "\r\n"), OutputMode::Json), Json(R"({"name":"N","value":)" + json + "}"));
         EXPECT_EQ(RenderReply(String(value + ": v\r\n"), OutputMode::Json), Json(R"({"name":)" + json + R"(,"value":"v"})"));
