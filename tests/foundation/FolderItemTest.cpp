@@ -56,6 +56,8 @@ TEST(FolderItemTest, PathsStreamsAndKindsOfFiles) {
     ASSERT_EQ(::mkfifo(dir.File("fifo").c_str(), 0600), 0);
     EXPECT_TRUE(item("fifo")->IsSpecialFile() && !item("big")->IsSpecialFile());
     EXPECT_FALSE(item("fifo")->OpenAsBinaryFile(false) || item("fifo")->CreateBinaryFile("unknown"));
+    item("folder")->CreateAsFolder();
+    EXPECT_TRUE(item("folder/")->Directory() && !item("big")->Directory() && !item("big/")->Exists());
 }
 
 }  // namespace
