@@ -44,9 +44,12 @@ constexpr int kWarmUpRounds = 2;
 constexpr int kPauses = 100;
 // After each copy its file goes, what that leaves to the kernel (write-back of
 // the copy, the freeing of its blocks) is done, the page cache is emptied and
-// the source read into it again, and the machine is given a moment: the next
-// copy, whichever program makes it, meets the same state.
-constexpr auto kSettleTime = std::chrono::milliseconds(300);
+// the source read into it again, and the machine is given time to finish with
+// the memory just freed: a guest that reports free pages to its host (as this
+// VM does, 2 s after they were freed) would otherwise do that work during the
+// next copy, or not, by the timing alone. So the next copy, whichever program
+// makes it, meets the same state.
+constexpr auto kSettleTime = std::chrono::seconds(3);
 
 double SecondsSince(SteadyClock::time_point start) {
     return std::chrono::duration<double>(SteadyClock::now() - start).count();
@@ -150,6 +153,9 @@ std::size_t ProgressReports(const std::vector<std::string>& replies, const std::
 
 struct CopyFigures {
     std::vector<double> cpSeconds;
+    // cp of an empty file, made just before each timed one: what starting the
+    // process costs, which the assistant, already running, never pays.
+    std::vector<double> cpStartSeconds;
     std::vector<double> assistantSeconds;
     std::vector<std::size_t> reports;
     bool cacheDropped = true;
@@ -157,11 +163,9 @@ struct CopyFigures {
 
 // cp and the assistant take turns, and which goes first alternates. Each copy
 // is followed by the same settling (see kSettleTime), so whatever the kernel
-// still owes for one copy is paid before the next, by neither. Even so, on the
-// virtual machine these figures were made on, the copies of either program
-// fall into a fast group (about 0.3 s) and a slow one (0.7 to 1.3 s) by the
-// machine's own pattern; hence eleven rounds, their median, and the spread
-// printed with it. The last round's copies are compared with the source first.
+// still owes for one copy is paid before the next, by neither. Eleven rounds,
+// their median, and the spread printed with it. The last round's copies are
+// compared with the source first.
 CopyFigures CompareWithCp(Assistant& assistant, const std::string& folder, const std::string& source) {
     CopyFigures figures;
     const auto settle = [&](const std::string& copy, bool check) {
@@ -172,8 +176,12 @@ CopyFigures CompareWithCp(Assistant& assistant, const std::string& folder, const
         ReadThrough(source);
         std::this_thread::sleep_for(kSettleTime);
     };
+    const std::string empty = folder + "/empty.bin";
+    std::ofstream{empty};
     const auto runCp = [&](bool check) {
         const std::string copy = folder + "/by-cp.bin";
+        figures.cpStartSeconds.push_back(TimeCp(empty, copy));
+        fs::remove(copy);
         figures.cpSeconds.push_back(TimeCp(source, copy));
         settle(copy, check);
     };
@@ -200,7 +208,7 @@ CopyFigures CompareWithCp(Assistant& assistant, const std::string& folder, const
         std::fprintf(stderr, "%s %d: cp %.3f s, assistant %.3f s with %zu progress reports\n",
                      round < 0 ? "warm-up" : "round", round < 0 ? round + kWarmUpRounds + 1 : round + 1,
                      figures.cpSeconds.back(), figures.assistantSeconds.back(), figures.reports.back());
-        if (round < 0) figures = CopyFigures{{}, {}, {}, figures.cacheDropped};
+        if (round < 0) figures = CopyFigures{{}, {}, {}, {}, figures.cacheDropped};
     }
     return figures;
 }
@@ -262,6 +270,7 @@ int Run(const std::string& parent, const std::string& jsonPath) {
 
         std::ofstream json(jsonPath);
         json << "{\n  \"copy\": {\"bytes\": " << kFileSize << ", \"cp_seconds\": " << JsonList(copy.cpSeconds)
+             << ", \"cp_start_seconds\": " << JsonList(copy.cpStartSeconds)
              << ", \"assistant_seconds\": " << JsonList(copy.assistantSeconds)
              << ", \"progress_reports\": " << JsonList(copy.reports) << ", \"pause_seconds\": 0.05"
              << ", \"page_cache_dropped\": " << (copy.cacheDropped ? "true" : "false") << "},\n"

@@ -123,14 +123,15 @@ def main():
 
     def copy_ratio():
         c = copy["copy"]
-        cp = statistics.median(c["cp_seconds"])
+        cp = statistics.median(c["cp_seconds"]) - statistics.median(c["cp_start_seconds"])
         pauses = [n * c["pause_seconds"] for n in c["progress_reports"]]
         ours = statistics.median(t - p for t, p in zip(c["assistant_seconds"], pauses))
         spread = (f"cp {min(c['cp_seconds']):.2f} to {max(c['cp_seconds']):.2f} s, assistant "
                   f"{min(c['assistant_seconds']):.2f} to {max(c['assistant_seconds']):.2f} s")
         dropped = "" if c.get("page_cache_dropped") else "; page cache not emptied (root only)"
         return f"{ours:.3f} s / {cp:.3f} s = {ours / cp:.2f} ({spread}{dropped})", ours / cp <= 1.10
-    table.add("Copying 1 GiB, pauses left out (median of 11)", "`cp` of the same file", "at most 1.10", copy_ratio)
+    table.add("Copying 1 GiB, pauses left out (median of 11)", "`cp` of the same file, its process start left out",
+              "at most 1.10", copy_ratio)
 
     def pause_cpu():
         p = copy["pauses"]
