@@ -86,7 +86,7 @@ String SocketCore::ReadAll() {
 }
 
 String SocketCore::Lookahead() const {
-    return String(input_.View());
+    return String(BufferedInput());
 }
 
 void SocketCore::Write(const String& data) {

@@ -88,6 +88,8 @@ protected:
     // (see ByteQueue::Keep); kept bytes no longer count as available.
     void KeepInput(std::string storage, std::size_t expected) { input_.Keep(std::move(storage), expected); }
     std::string_view ClaimInput() { return input_.Claim(); }
+    // What Lookahead would copy, valid until the next read or event.
+    std::string_view BufferedInput() const { return input_.View(); }
     std::size_t KeptInputSize() const { return input_.KeptSize(); }
     String TakeKeptInput() { return input_.TakeKept(); }
 

@@ -113,7 +113,9 @@ void InternetHeaders::Delete(const String& name, std::int32_t index) {
     }
 }
 
-void InternetHeaders::DeleteAllHeaders() { Clear(); }
+void InternetHeaders::DeleteAllHeaders() {
+    Clear();
+}
 
 void InternetHeaders::RemoveKey(const String& key) {
     table_.Remove(key);
@@ -143,11 +145,14 @@ void InternetHeaders::_ParseHeaders(const String& text) {
 }
 
 String InternetHeaders::_DetermineEOLCharacter(const String& text) {
-    const String crlf = Chr(13) + Chr(10);
-    if (InStr(1, text, crlf) > 0) return crlf;
-    if (InStr(1, text, Chr(10)) > 0) return Chr(10);
-    if (InStr(1, text, Chr(13)) > 0) return Chr(13);
-    return crlf;
+    return String(LineEndOf(text.Bytes()).once);
+}
+
+const LineEnd& InternetHeaders::LineEndOf(std::string_view text) {
+    for (const LineEnd* end : {&kCRLF, &kLF, &kCR}) {
+        if (text.find(end->once) != std::string_view::npos) return *end;
+    }
+    return kCRLF;
 }
 
 }  // namespace qv

@@ -2,12 +2,22 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include "foundation/Dictionary.h"
 #include "foundation/String.h"
 
 namespace qv {
+
+// A line end of a header block, and the blank line that two of it make.
+struct LineEnd {
+    std::string_view once;
+    std::string_view twice;
+};
+inline constexpr LineEnd kCRLF{"\r\n", "\r\n\r\n"};
+inline constexpr LineEnd kLF{"\n", "\n\n"};
+inline constexpr LineEnd kCR{"\r", "\r\r"};
 
 // One block of message headers: the headers of an HTTP request being composed,
 // or of a response received.
@@ -67,6 +77,8 @@ public:
     void _ParseHeaders(const String& text);
     // CR LF if the text holds that pair anywhere, else LF, else CR, else CR LF.
     static String _DetermineEOLCharacter(const String& text);
+    // The same choice, for a caller that looks at raw bytes many times.
+    static const LineEnd& LineEndOf(std::string_view text);
 
     // One "Name: value" line per entry in table order, joined by CR LF with no
     // line end behind the last.

@@ -3,12 +3,6 @@
 
 namespace qv {
 
-namespace {
-
-const String kCRLF = "\r\n";
-
-}  // namespace
-
 HTTPSocket::HTTPSocket(RunLoop& loop, Clock& clock) : TCPSocket(loop), clock_(clock) {
     onConnected = [this] { Event_Connected(); };
     onDataAvailable = [this] { Event_DataAvailable(); };
@@ -31,7 +25,9 @@ void HTTPSocket::SetRequestHeader(const String& name, const String& value) {
 
 // The defaults go too, for good: they are made again only while there is no
 // header object at all.
-void HTTPSocket::ClearRequestHeaders() { Deref(requestHeaders).DeleteAllHeaders(); }
+void HTTPSocket::ClearRequestHeaders() {
+    Deref(requestHeaders).DeleteAllHeaders();
+}
 
 void HTTPSocket::_InitializeRequestHeaders() {
     requestHeaders = std::make_shared<InternetHeaders>();
@@ -54,7 +50,8 @@ void HTTPSocket::_ParseURL(const String& url) {
     SetAddress(NthField(_server, ":", 1));
 }
 
-void HTTPSocket::_DoConnect(const String& url, const String& action, const std::shared_ptr<FolderItem>& file) {
+void HTTPSocket::_DoConnect(const String& url, const String& action,
+                            const std::shared_ptr<FolderItem>& file) {
     mErrorCode = 0;
     _ParseURL(url);
     _processingURL = url;
@@ -118,15 +115,15 @@ void HTTPSocket::_SendRequest(const String& action) {
     request.Append(" ");
     request.Append(_path);
     request.Append(" HTTP/1.0");
-    request.Append(kCRLF);
+    request.Append(kCRLF.once);
     request.Append(requestHeaders->_FormatHTTPHeaders());
     if (!_authenticationKey.IsEmpty()) {
         // Credentials go out in exactly one request and leave no trace.
         SetRequestHeader("Authorization", "");
         _authenticationKey = String();
     }
-    request.Append(kCRLF);
-    request.Append(kCRLF);
+    request.Append(kCRLF.once);
+    request.Append(kCRLF.once);
     request.Append(_postContent);
     Write(request.Take());
 }
@@ -141,6 +138,8 @@ void HTTPSocket::_ResetVariables() {
     _pageComplete = false;
 }
 
-String HTTPSocket::_DetermineEOLCharacter(const String& text) const { return InternetHeaders::_DetermineEOLCharacter(text); }
+String HTTPSocket::_DetermineEOLCharacter(const String& text) const {
+    return InternetHeaders::_DetermineEOLCharacter(text);
+}
 
 }  // namespace qv

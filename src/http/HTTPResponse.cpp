@@ -49,27 +49,29 @@ void HTTPSocket::_HandleNewData() {
         return;
     }
 
-    const String buffered = Lookahead();
-    String lineEnd = _DetermineEOLCharacter(buffered);
-    std::int32_t pos = 0;
+    // Looked at in place: until the block's end has come, every arrival looks
+    // again at all that is buffered.
+    const std::string_view buffered = BufferedInput();
+    const LineEnd* blockEnd = nullptr;
+    std::size_t at = std::string_view::npos;
     // The first of these that occurs decides, not the earliest occurrence: a
     // body that holds the detected line end twice can win over the real end.
-    for (const String& candidate : {lineEnd, String("\n"), String("\r\n"), String("\r")}) {
-        pos = InStr(0, buffered, candidate + candidate);
-        if (pos > 0) {
-            lineEnd = candidate;
+    for (const LineEnd* candidate : {&InternetHeaders::LineEndOf(buffered), &kLF, &kCRLF, &kCR}) {
+        at = buffered.find(candidate->twice);
+        if (at != std::string_view::npos) {
+            blockEnd = candidate;
             break;
         }
     }
-    if (pos > 0) {
-        _ParseHeaders(Read(pos - 1));
+    if (blockEnd) {
+        _ParseHeaders(Read(static_cast<std::int32_t>(at)));
         if (_httpStatusCode == 401 && _SetAuthentication()) {
             _DoConnect(_processingURL, _httpAction, _downloadFile);
             threadProtection = false;
             return;
         }
         if (!synchronous && events.HeadersReceived) events.HeadersReceived(_pageHeaders, _httpStatusCode);
-        Read(2 * Len(lineEnd));
+        Read(static_cast<std::int32_t>(blockEnd->twice.size()));
         if (!_downloadStream && !SameText(_httpAction, "HEAD")) {
             // The page grows where the socket reads it, in the room of the page before.
             KeepInput(std::move(_spareRoom), static_cast<std::size_t>(std::max(_totalLength, 0)));
