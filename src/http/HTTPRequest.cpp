@@ -135,6 +135,7 @@ void HTTPSocket::_ResetVariables() {
     _httpStatusCode = 0;
     _totalLength = 0;
     _currentLength = 0;
+    _headerBytesSearched = 0;
     _pageComplete = false;
 }
 

@@ -5,6 +5,31 @@
 
 namespace qv {
 
+namespace {
+
+struct BlockEnd {
+    const LineEnd* lineEnd = nullptr;  // none while the block goes on
+    std::size_t at = std::string_view::npos;
+};
+
+// Where a header block ends in `bytes`, of which none of the blank lines
+// starts before `from`. The blank line of the first line end tried that occurs
+// decides, not the earliest occurrence: a body that holds the detected line
+// end twice can win over the real end. The detection reads all the bytes, so
+// it waits until some blank line has come.
+BlockEnd FindBlockEnd(std::string_view bytes, std::size_t from) {
+    const auto occurs = [&](const LineEnd* end) {
+        return bytes.find(end->twice, from) != std::string_view::npos;
+    };
+    if (!occurs(&kLF) && !occurs(&kCRLF) && !occurs(&kCR)) return {};
+    for (const LineEnd* candidate : {&InternetHeaders::LineEndOf(bytes), &kLF, &kCRLF, &kCR}) {
+        if (occurs(candidate)) return {candidate, bytes.find(candidate->twice, from)};
+    }
+    return {};
+}
+
+}  // namespace
+
 void HTTPSocket::Event_SendComplete(bool /*userAborted*/) {}
 
 void HTTPSocket::Event_Connected() {
@@ -49,29 +74,22 @@ void HTTPSocket::_HandleNewData() {
         return;
     }
 
-    // Looked at in place: until the block's end has come, every arrival looks
-    // again at all that is buffered.
+    // What was searched before holds no blank line, so one that has come now
+    // reaches at most 3 bytes back into it: a block that arrives in many small
+    // pieces is searched once, not once per piece.
     const std::string_view buffered = BufferedInput();
-    const LineEnd* blockEnd = nullptr;
-    std::size_t at = std::string_view::npos;
-    // The first of these that occurs decides, not the earliest occurrence: a
-    // body that holds the detected line end twice can win over the real end.
-    for (const LineEnd* candidate : {&InternetHeaders::LineEndOf(buffered), &kLF, &kCRLF, &kCR}) {
-        at = buffered.find(candidate->twice);
-        if (at != std::string_view::npos) {
-            blockEnd = candidate;
-            break;
-        }
-    }
-    if (blockEnd) {
-        _ParseHeaders(Read(static_cast<std::int32_t>(at)));
+    const std::size_t searched = _headerBytesSearched <= buffered.size() ? _headerBytesSearched : 0;
+    const BlockEnd blockEnd = FindBlockEnd(buffered, searched > 3 ? searched - 3 : 0);
+    _headerBytesSearched = buffered.size();
+    if (blockEnd.lineEnd) {
+        _ParseHeaders(Read(static_cast<std::int32_t>(blockEnd.at)));
         if (_httpStatusCode == 401 && _SetAuthentication()) {
             _DoConnect(_processingURL, _httpAction, _downloadFile);
             threadProtection = false;
             return;
         }
         if (!synchronous && events.HeadersReceived) events.HeadersReceived(_pageHeaders, _httpStatusCode);
-        Read(static_cast<std::int32_t>(blockEnd->twice.size()));
+        Read(static_cast<std::int32_t>(blockEnd.lineEnd->twice.size()));
         if (!_downloadStream && !SameText(_httpAction, "HEAD")) {
             // The page grows where the socket reads it, in the room of the page before.
             KeepInput(std::move(_spareRoom), static_cast<std::size_t>(std::max(_totalLength, 0)));

@@ -130,6 +130,9 @@ private:
     // The storage of the page before, lent to the next one.
     std::string _spareRoom;
     std::int32_t _currentLength = 0;
+    // How much of the buffered start of a response was searched for the
+    // header block's end without finding it.
+    std::size_t _headerBytesSearched = 0;
     bool _pageComplete = false;
     String _postContent;
     String _postContentType;
