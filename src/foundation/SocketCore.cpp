@@ -149,9 +149,6 @@ void SocketCore::CloseDescriptor() {
 
 void SocketCore::Service(short revents) {
     switch (state_) {
-        case State::Listening:
-            if (revents & (POLLIN | POLLERR | POLLHUP)) AcceptPending();
-            break;
         case State::Connecting:
             if (revents & (POLLOUT | POLLERR | POLLHUP)) FinishConnect();
             break;
@@ -161,6 +158,7 @@ void SocketCore::Service(short revents) {
             break;
         case State::Closed:
         case State::Resolving:
+        case State::Listening:
             break;
     }
     DeliverPending();
@@ -231,14 +229,13 @@ void SocketCore::FlushOutput() {
 
 short SocketCore::Interest() const {
     switch (state_) {
-        case State::Listening:
-            return POLLIN;
         case State::Connecting:
             return POLLOUT;
         case State::Connected:
             return static_cast<short>(POLLIN | (output_.IsEmpty() ? 0 : POLLOUT));
         case State::Closed:
         case State::Resolving:
+        case State::Listening:
             break;
     }
     return 0;

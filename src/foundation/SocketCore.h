@@ -77,12 +77,12 @@ protected:
     // Marks the connection as made; the Connected event follows.
     void MarkConnected();
     void SetResolving() { state_ = State::Resolving; }
-    // Subclasses hook in here when the listening descriptor becomes readable.
-    virtual void AcceptPending() {}
+    // Listening happens on a descriptor of the subclass's own; this socket's
+    // descriptor comes with the peer.
+    void SetListening() { state_ = State::Listening; }
     // Subclasses drop their own in-progress work (a lookup, a listener) here.
     virtual void OnClose() {}
     void CloseDescriptor();
-    int Descriptor() const { return fd_; }
     void ScheduleDelivery();
     // A body kept in the input buffer where it is read, and handed over whole
     // (see ByteQueue::Keep); kept bytes no longer count as available.
