@@ -80,6 +80,49 @@ TEST_F(FetchScenarioTest, PagesHeadersAndNewsAreReportedByteForByteAndFreeTheQue
     EXPECT_EQ(Answer(""), Replies{Opening("GetPageURL", server.Url()) + "HTTPStatus: \r\nHTTPError: 0\r\n\r\n"});
 }
 
+TEST_F(FetchScenarioTest, TheNextCommandNeverStartsRightOnTheEndOfAFetch) {
+    // A fetch that ends in a handler which runs ahead of the tick that has just
+    // fallen due: that tick is skipped, and the Status behind the fetch starts
+    // one whole period after the fetch ended.
+    int wake[2];
+    ASSERT_EQ(pipe(wake), 0);
+    RunLoop::Watch socketError = loop.AddWatch(wake[0], POLLIN, [&](short) {
+        char byte;
+        EXPECT_EQ(read(wake[0], &byte, 1), 1);
+        window->RSSTCPSocket_Error(102);
+    });
+    for (const std::string end : {"page", "error", "watchdog"}) {
+        SCOPED_TRACE(end);
+        Start(Command({{"Command", "GetPageURL"}, {"GetPageURL", server.Url()}}));
+        const TimePoint started = clock.Now();
+        peer->Send(Command({{"Command", "Status"}}));
+        Deliver();
+        const int fd = Accept();
+        TimePoint endedAt = started + std::chrono::milliseconds(2010);
+        if (end == "page") {
+            test::WriteAll(fd, "HTTP/1.0 200 OK\r\n\r\npage");
+            close(fd);
+        } else if (end == "error") {
+            ASSERT_EQ(write(wake[1], "x", 1), 1);
+        } else {
+            test::AdvanceTo(loop, clock, started + seconds(58));
+            endedAt = started + seconds(60) + std::chrono::milliseconds(10);
+        }
+        clock.Set(endedAt);
+        ASSERT_TRUE(test::RunUntil(loop, [&] { return !window->isCommandInProgress; }));
+        EXPECT_EQ(peer->Replies().size(), 1u);
+        test::AdvanceTo(loop, clock, endedAt + std::chrono::milliseconds(1999));
+        EXPECT_TRUE(peer->Replies().empty()) << "a Status right on the end of the fetch";
+        test::AdvanceTo(loop, clock, endedAt + std::chrono::milliseconds(2000));
+        EXPECT_EQ(peer->Replies(), Replies{"Response: Status\r\nStatus: Ready\r\nHTTPError: \r\n"});
+        if (end != "page") close(fd);
+        ticks = 0;  // the dispatcher's beat now runs from the end of this fetch
+        created = clock.Now();
+    }
+    close(wake[0]);
+    close(wake[1]);
+}
+
 TEST_F(FetchScenarioTest, AnEmptyAddressIsAnsweredByNothingAndFreesTheQueueAtOnce) {
     Start(Command({{"Command", "GetPageURL"}}));
     EXPECT_FALSE(window->isCommandInProgress);
