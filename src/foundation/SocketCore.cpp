@@ -126,6 +126,10 @@ void SocketCore::StartConnecting(int fd, const sockaddr* address, socklen_t leng
     }
 }
 
+void SocketCore::InputOutOfRoom() {
+    Fail(SocketError::OutOfResources);
+}
+
 void SocketCore::Fail(std::int32_t code) {
     CloseDescriptor();
     lastErrorCode_ = code;
@@ -194,6 +198,10 @@ void SocketCore::ReadInput() {
         }
         if (got < 0 && errno == EINTR) continue;
         if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) break;
+        if (got < 0 && errno == ENOMEM) {
+            InputOutOfRoom();
+            break;
+        }
         // The peer has closed, or the connection broke: what was read stays
         // buffered for DataAvailable, and Error follows it.
         Fail(got == 0 ? SocketError::LostConnection : SocketError::FromErrno(errno));
@@ -247,12 +255,12 @@ void SocketCore::UpdateInterest() {
 
 void SocketCore::ScheduleDelivery() {
     if (deliveryScheduled_) return;
-    deliveryScheduled_ = true;
     // Owned by this socket: it goes with it, so it never runs for a gone one.
     delivery_ = loop_.Post([this] {
         deliveryScheduled_ = false;
         DeliverPending();
     });
+    deliveryScheduled_ = true;
 }
 
 void SocketCore::DeliverPending() {

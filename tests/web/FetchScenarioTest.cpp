@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <new>
+#include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/WindowFixture.h"
@@ -45,6 +48,11 @@ protected:
     }
     std::string Opening(const std::string& command, const std::string& url) const {
         return "Response: " + command + "\r\nHTTPURL: " + url + "\r\n";
+    }
+    // A fetch has just ended outside a tick: the dispatcher's beat runs from here.
+    void RestartBeat() {
+        created = clock.Now();
+        ticks = 0;
     }
     bool WatchdogOn() const { return window->ControlNamed<Timer>("SocketTimeoutTimer").Mode() != 0; }
 
@@ -116,11 +124,44 @@ TEST_F(FetchScenarioTest, TheNextCommandNeverStartsRightOnTheEndOfAFetch) {
         test::AdvanceTo(loop, clock, endedAt + std::chrono::milliseconds(2000));
         EXPECT_EQ(peer->Replies(), Replies{"Response: Status\r\nStatus: Ready\r\nHTTPError: \r\n"});
         if (end != "page") close(fd);
-        ticks = 0;  // the dispatcher's beat now runs from the end of this fetch
-        created = clock.Now();
+        RestartBeat();
     }
     close(wake[0]);
     close(wake[1]);
+}
+
+TEST_F(FetchScenarioTest, AnAnnouncedSizeIsOnlyAClaimAndABodyTooLargeForMemoryEndsLikeAStalledServer) {
+    // A heap with room for 1 MiB of page and no more.
+    window->ControlNamed<Window::RSSTCPSocket>("RSSTCPSocket").SetInputRoomMaker([](std::string& storage, std::size_t capacity) {
+        if (capacity > (std::size_t{1} << 20)) throw std::bad_alloc();
+        storage.reserve(capacity);
+    });
+    const std::string announced = "HTTP/1.0 200 OK\r\nContent-Length: 2000000000\r\n\r\n";
+    Start(Command({{"Command", "GetPageURL"}, {"GetPageURL", server.Url()}}));
+    EXPECT_EQ(Answer(announced + "abc"), Replies{Opening("GetPageURL", server.Url()) +
+                                                 "HTTPStatus: 200\r\nHTTPError: 0\r\nContent-Length: 2000000000\r\n\r\nabc"});
+
+    Start(Command({{"Command", "GetPageURL"}, {"GetPageURL", server.Url("/huge")}}));
+    const TimePoint started = clock.Now();
+    const int fd = Accept();
+    std::thread sender([fd] {
+        try {
+            test::WriteAll(fd, "HTTP/1.0 200 OK\r\n\r\n" + std::string(std::size_t{3} << 20, 'x'));
+        } catch (const std::runtime_error&) {
+        }  // the assistant closed the connection: the write fails
+    });
+    auto& socket = window->ControlNamed<Window::RSSTCPSocket>("RSSTCPSocket");
+    EXPECT_TRUE(test::RunUntil(loop, [&] { return !socket.IsConnected() && socket.BytesAvailable() == 0; }));
+    sender.join();
+    close(fd);
+    test::AdvanceTo(loop, clock, started + seconds(60));
+    EXPECT_EQ(peer->Replies(), Replies{Opening("GetPageURL", server.Url("/huge")) + "HTTPError: 1\r\n"});
+    RestartBeat();
+
+    Start(Command({{"Command", "GetPageURL"}, {"GetPageURL", server.Url()}}));
+    EXPECT_EQ(Answer("HTTP/1.0 200 OK\r\n\r\nsmall"),
+              Replies{Opening("GetPageURL", server.Url()) + "HTTPStatus: 200\r\nHTTPError: 0\r\n\r\nsmall"})
+        << "the socket hears data again";
 }
 
 TEST_F(FetchScenarioTest, AnEmptyAddressIsAnsweredByNothingAndFreesTheQueueAtOnce) {
