@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <netinet/in.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,11 +14,13 @@
 #include <thread>
 #include <vector>
 
+#include "foundation/ConnectionRace.h"
 #include "foundation/IPCSocket.h"
 #include "foundation/SocketErrors.h"
 #include "foundation/SocketPathClaim.h"
 #include "foundation/TCPSocket.h"
 #include "foundation/Timer.h"
+#include "support/DnsResponder.h"
 #include "support/Support.h"
 
 namespace qv {
@@ -207,6 +210,80 @@ int LowestFreeDescriptor() {
     const int probe = dup(0);
     close(probe);
     return probe;
+}
+
+// Names served by a responder on the test's loop, through a resolver
+// configuration of the test's own.
+class NameTest : public SocketTest {
+protected:
+    // Points `socket` at a configuration that names `server` as the name server.
+    void UseNameServer(TCPSocket& socket, const std::string& server) {
+        const std::string path = dir.File("resolv.conf");
+        test::WriteFile(path + ".new", "nameserver " + server + "\noptions timeout:1 attempts:1\n");
+        std::filesystem::rename(path + ".new", path);  // a new file, as an editor or a network manager leaves it
+        socket.SetResolverSettings(ResolverSettings{path, dns.Port()});
+    }
+    test::DnsResponder dns{loop};
+};
+
+TEST_F(NameTest, ANameIsLookedUpWithTheConfigurationAsItIsWhenTheConnectStarts) {
+    dns.Serve("served.test", {"127.0.0.1"});
+    Recording<TCPSocket> s(loop);
+    s.socket.SetAddress("served.test");
+    s.socket.SetPort(server.Port());
+    UseNameServer(s.socket, "127.0.0.2");  // nobody answers there
+    s.socket.Connect();
+    ASSERT_TRUE(test::RunUntil(loop, [&] { return s.Saw("error"); }));
+    EXPECT_EQ(s.events, Events{"error 103 "});
+    test::WriteFile(dir.File("resolv.conf.new"), "nameserver 127.0.0.1\n");
+    std::filesystem::rename(dir.File("resolv.conf.new"), dir.File("resolv.conf"));
+    s.socket.Connect();
+    EXPECT_TRUE(test::RunUntil(loop, [&] { return s.Saw("connected"); }));
+    EXPECT_EQ(dns.Questions() > 0, true);
+}
+
+TEST_F(NameTest, EveryAddressOfANameIsTriedTheNextOneAQuarterSecondAfterTheOneBefore) {
+    dns.Serve("dual.test", {"127.0.0.1", "::1"});
+    const int v6 = AF_INET6, v4 = AF_INET;
+    const struct {
+        const char* what;
+        std::vector<int> listening;  // families with a server at the port
+        int stuck;                   // a family whose server takes no connection, or 0
+        const char* outcome;
+    } cases[] = {
+        {"only ::1 listens", {v6}, 0, "connected"},
+        {"only 127.0.0.1 listens", {v4}, 0, "connected"},
+        {"nobody listens", {}, 0, "error 102 "},
+        {"::1 does not answer, 127.0.0.1 does", {v4}, v6, "connected"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const std::int32_t port = test::TcpListener().Port();  // free on both, most likely
+        std::vector<std::unique_ptr<test::TcpListener>> servers;
+        for (const int family : c.listening) servers.push_back(std::make_unique<test::TcpListener>(family, port));
+        // A queue of none, already taken: the server drops every further knock.
+        std::unique_ptr<test::TcpListener> stuck;
+        int filler = -1;
+        if (c.stuck) {
+            stuck = std::make_unique<test::TcpListener>(c.stuck, port, 0);
+            filler = socket(c.stuck, SOCK_STREAM | SOCK_CLOEXEC, 0);
+            sockaddr_in6 address{AF_INET6, htons(static_cast<std::uint16_t>(port)), 0, in6addr_loopback, 0};
+            ASSERT_EQ(connect(filler, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        }
+        Recording<TCPSocket> s(loop);
+        UseNameServer(s.socket, "127.0.0.1");
+        s.socket.SetAddress("dual.test");
+        s.socket.SetPort(port);
+        s.socket.Connect();
+        if (c.stuck) {
+            test::RunUntil(loop, [] { return false; }, milliseconds(100));
+            EXPECT_TRUE(s.events.empty()) << "the next address came before its time";
+            test::AdvanceBy(loop, clock, ConnectionRace::kAttemptDelay);
+        }
+        ASSERT_TRUE(test::RunUntil(loop, [&] { return !s.events.empty(); }));
+        EXPECT_EQ(s.events, Events{c.outcome});
+        if (filler >= 0) close(filler);
+    }
 }
 
 // Lowers the soft descriptor limit to `limit` while it lives.

@@ -46,17 +46,28 @@ TempDir::~TempDir() {
     std::filesystem::remove_all(path_, ignored);
 }
 
-TcpListener::TcpListener() {
-    fd_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    if (bind(fd_, reinterpret_cast<sockaddr*>(&address), length) != 0 || listen(fd_, 8) != 0 ||
-        getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
-        throw std::runtime_error("cannot listen on 127.0.0.1");
+TcpListener::TcpListener(int family, std::int32_t port, int backlog) {
+    fd_ = socket(family, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_storage address{};
+    socklen_t length = 0;
+    if (family == AF_INET6) {
+        auto& v6 = reinterpret_cast<sockaddr_in6&>(address);
+        v6 = sockaddr_in6{AF_INET6, htons(static_cast<std::uint16_t>(port)), 0, in6addr_loopback, 0};
+        length = sizeof v6;
+        const int only = 1;
+        setsockopt(fd_, IPPROTO_IPV6, IPV6_V6ONLY, &only, sizeof only);
+    } else {
+        auto& v4 = reinterpret_cast<sockaddr_in&>(address);
+        v4.sin_family = AF_INET;
+        v4.sin_port = htons(static_cast<std::uint16_t>(port));
+        v4.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        length = sizeof v4;
     }
-    port_ = ntohs(address.sin_port);
+    if (bind(fd_, reinterpret_cast<sockaddr*>(&address), length) != 0 || listen(fd_, backlog) != 0 ||
+        getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+        throw std::runtime_error("cannot listen on the loopback address");
+    }
+    port_ = ntohs(reinterpret_cast<sockaddr_in&>(address).sin_port);  // the same place in both families
 }
 
 int TcpListener::Accept(int waitMs) {

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include <sys/socket.h>
+
 #include "foundation/Clock.h"
 #include "foundation/RunLoop.h"
 #include "protocol/Frame.h"
@@ -54,10 +56,11 @@ private:
     std::string path_;
 };
 
-// A plain blocking TCP server on 127.0.0.1 with a port the system chose.
+// A plain blocking TCP server on the loopback address of `family` (127.0.0.1
+// or ::1), on `port` or one the system chose.
 class TcpListener {
 public:
-    TcpListener();
+    explicit TcpListener(int family = AF_INET, std::int32_t port = 0, int backlog = 8);
     ~TcpListener() { StopListening(); }
     TcpListener(const TcpListener&) = delete;
     TcpListener& operator=(const TcpListener&) = delete;
