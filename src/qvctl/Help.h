@@ -12,6 +12,6 @@ namespace qv::ctl {
 std::string HelpText(std::optional<Action> command = std::nullopt);
 // The help's parts beside the tables, for the manual page.
 std::string_view HelpIntroduction();
-std::string_view HelpDetails();
+std::string HelpDetails();
 
 }  // namespace qv::ctl

@@ -3,17 +3,16 @@
 #include <chrono>
 #include <filesystem>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <variant>
 #include <vector>
 
-#include "qvctl/Command.h"
 #include "qvctl/Console.h"
 #include "qvctl/CopyCommand.h"
 #include "qvctl/Help.h"
 #include "qvctl/Options.h"
-#include "qvctl/Session.h"
 #include "support/Support.h"
 
 namespace qv::ctl {
@@ -37,7 +36,8 @@ std::string Describe(const Options& o) {
     for (const Field& f : o.fields) text += " [" + f.name + "=" + f.value + "]";
     text += " date:" + o.date.value_or("-") + " goi:" + o.goi.value_or("-") + " out:" + o.outputPath.value_or("-");
     text += " wait:" + (o.wait ? std::to_string(std::chrono::duration_cast<milliseconds>(*o.wait).count()) : "-");
-    text += " mode:" + std::to_string(static_cast<int>(o.output)) + " " + o.socketPath;
+    text += " mode:" + std::to_string(static_cast<int>(o.output)) + std::to_string(static_cast<int>(o.verbosity)) +
+            " " + o.socketPath.value_or("-") + " hdr:" + o.headerPath.value_or("-");
     if (o.action == Action::Copy) {
         text += " copy:" + o.copy.source + "," + o.copy.destinationFolder + "," + o.copy.destinationPath +
                 " total:" + (o.copy.total ? std::to_string(*o.copy.total) : "-") + " tag:" + o.copy.tag.value_or("-") +
@@ -48,25 +48,27 @@ std::string Describe(const Options& o) {
 
 TEST(QvctlOptionsTest, CommandsTakeTheirOperandsAndOptionsStandAnywhereInEitherForm) {
     const std::pair<Args, std::string> cases[] = {
-        {{"status"}, "0  date:- goi:- out:- wait:- mode:0 /tmp/qvipc"},
-        {{"abort", "--socket", "/tmp/x", "--wait", "1.5", "--raw"}, "3  date:- goi:- out:- wait:1500 mode:1 /tmp/x"},
-        {{"--socket=/tmp/x", "--json", "--wait=0", "hide"}, "2  date:- goi:- out:- wait:0 mode:2 /tmp/x"},
-        {{"show", "--wait", "86400"}, "1  date:- goi:- out:- wait:86400000 mode:0 /tmp/qvipc"},
+        {{"status"}, "0  date:- goi:- out:- wait:- mode:01 - hdr:-"},
+        {{"abort", "--socket", "/tmp/x", "--wait", "1.5", "--raw"}, "3  date:- goi:- out:- wait:1500 mode:11 /tmp/x hdr:-"},
+        {{"--socket=/tmp/x", "--json", "--wait=0", "hide"}, "2  date:- goi:- out:- wait:0 mode:21 /tmp/x hdr:-"},
+        {{"show", "--wait", "86400"}, "1  date:- goi:- out:- wait:86400000 mode:01 - hdr:-"},
         {{"send", "Command=GetPageURL", "GetPageURL=http://x/?a=b", "--", "--odd="},
-         "4  [Command=GetPageURL] [GetPageURL=http://x/?a=b] [--odd=] date:- goi:- out:- wait:- mode:0 /tmp/qvipc"},
+         "4  [Command=GetPageURL] [GetPageURL=http://x/?a=b] [--odd=] date:- goi:- out:- wait:- mode:01 - hdr:-"},
         {{"--output", "page.html", "get", "http://h:8080/a?b=c"},
-         "5 http://h:8080/a?b=c date:- goi:- out:page.html wait:- mode:0 /tmp/qvipc"},
-        {{"headers", "http://h/", "--output=h.txt"}, "6 http://h/ date:- goi:- out:h.txt wait:- mode:0 /tmp/qvipc"},
+         "5 http://h:8080/a?b=c date:- goi:- out:page.html wait:- mode:01 - hdr:-"},
+        {{"headers", "http://h/", "--output=h.txt"}, "6 http://h/ date:- goi:- out:h.txt wait:- mode:01 - hdr:-"},
         {{"news", "--date", "2026-11-22 10:00", "http://h/", "--goi=a=b&c"},
-         "7 http://h/ date:2026-11-22 10:00 goi:a=b&c out:- wait:- mode:0 /tmp/qvipc"},
-        {{"news", "http://h/", "--date=", "--goi", "-x"}, "7 http://h/ date: goi:-x out:- wait:- mode:0 /tmp/qvipc"},
-        {{"get", "--", "-odd"}, "5 -odd date:- goi:- out:- wait:- mode:0 /tmp/qvipc"},
+         "7 http://h/ date:2026-11-22 10:00 goi:a=b&c out:- wait:- mode:01 - hdr:-"},
+        {{"news", "http://h/", "--date=", "--goi", "-x"}, "7 http://h/ date: goi:-x out:- wait:- mode:01 - hdr:-"},
+        {{"get", "--", "-odd"}, "5 -odd date:- goi:- out:- wait:- mode:01 - hdr:-"},
+        {{"-q", "get", "http://h/", "--output=-", "--dump-header", "h"}, "5 http://h/ date:- goi:- out:- wait:- mode:00 - hdr:h"},
+        {{"status", "--verbose"}, "0  date:- goi:- out:- wait:- mode:02 - hdr:-"},
         {{"copy", "in.bin", "/backup", "a/b/c.txt"},
-         "8  date:- goi:- out:- wait:- mode:0 /tmp/qvipc copy:in.bin,/backup,a/b/c.txt total:- tag:- reset"},
+         "8  date:- goi:- out:- wait:- mode:01 - hdr:- copy:in.bin,/backup,a/b/c.txt total:- tag:- reset"},
         {{"--total", "3758096384", "copy", "in.bin", "/b", "c", "--md5=job 7", "--no-reset"},
-         "8  date:- goi:- out:- wait:- mode:0 /tmp/qvipc copy:in.bin,/b,c total:3758096384 tag:job 7 keep"},
+         "8  date:- goi:- out:- wait:- mode:01 - hdr:- copy:in.bin,/b,c total:3758096384 tag:job 7 keep"},
         {{"copy", "--total=0", "in", "--md5", "", "/b", "c", "--total", "9223372036854775807"},
-         "8  date:- goi:- out:- wait:- mode:0 /tmp/qvipc copy:in,/b,c total:9223372036854775807 tag: reset"},
+         "8  date:- goi:- out:- wait:- mode:01 - hdr:- copy:in,/b,c total:9223372036854775807 tag: reset"},
     };
     for (const auto& [args, expected] : cases) EXPECT_EQ(Describe(ParseOk(args)), expected);
     const std::pair<Args, std::optional<Action>> help[] = {
@@ -75,7 +77,10 @@ TEST(QvctlOptionsTest, CommandsTakeTheirOperandsAndOptionsStandAnywhereInEitherF
     for (const auto& [args, topic] : help) EXPECT_TRUE(ParseOk(args).help && ParseOk(args).helpTopic == topic);
     EXPECT_TRUE(ParseOk({"--version"}).version);
     EXPECT_EQ(ParseOk({"-i", "--json"}).action, Action::Session);
-    EXPECT_EQ(ParseOk({"session", "--socket", "/x"}).socketPath, "/x");
+    EXPECT_EQ(ChannelPath(ParseOk({"session", "--socket", "/x"}), "/env"), "/x");
+    EXPECT_EQ(ChannelPath(ParseOk({"session"}), "/env"), "/env");
+    EXPECT_EQ(ChannelPath(ParseOk({"session"}), ""), "/tmp/qvipc");
+    EXPECT_EQ(ChannelPath(ParseOk({"session"}), nullptr), "/tmp/qvipc");
     for (const Action action : {Action::Get, Action::Headers, Action::News}) EXPECT_TRUE(IsFetch(action));
     for (const Action action : {Action::Status, Action::Abort, Action::Send, Action::Copy}) EXPECT_FALSE(IsFetch(action));
 }
@@ -83,7 +88,8 @@ TEST(QvctlOptionsTest, CommandsTakeTheirOperandsAndOptionsStandAnywhereInEitherF
 TEST(QvctlOptionsTest, BadArgumentsAreUsageErrors) {
     const Args cases[] = {
         {}, {"reboot"}, {"Status"}, {"status", "extra"}, {"send"}, {"send", "Command"}, {"send", "=Status"},
-        {"--verbose", "status"}, {"status", "--socket"}, {"status", "--socket="}, {"status", "--wait", "-1"},
+        {"status", "-q", "-v"}, {"get", "https://h/"}, {"get", "HTTPS://h/"}, {"status", "--dump-header", "f"},
+        {"get", "u", "--dump-header=f", "--json"}, {"status", "--socket"}, {"status", "--socket="}, {"status", "--wait", "-1"},
         {"status", "--wait", "2s"}, {"status", "--wait", ""}, {"status", "--wait", "nan"}, {"status", "--wait", "86401"},
         {"status", "--raw", "--json"}, {"get"}, {"get", ""}, {"get", "http://a/", "http://b/"}, {"news", "--date"},
         {"get", "http://a/\rCommand:Status"}, {"news", "http://a/", "--goi=\r"}, {"get", "http://a/", "--date", "x"},
@@ -106,14 +112,21 @@ TEST(QvctlOptionsTest, BadArgumentsAreUsageErrors) {
     }
 }
 
-TEST(QvctlOptionsTest, TheHelpShowsEveryOptionOfTheTableWithItsValue) {
+TEST(QvctlOptionsTest, TheHelpShowsEveryOptionOfTheTableWithItsValueWithinEightyColumns) {
     const std::string help = HelpText();
-    for (const OptionSpec& option : OptionTable()) {
+    for (const CommandInfo& command : CommandTable()) {
+        std::istringstream lines(HelpText(command.action) + help);
+        for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80u) << line;
+    }
+    EXPECT_NE(help.find("(default 70, since the"), std::string::npos);
+    EXPECT_EQ(std::get<UsageError>(ParseOptions(Args{"help", "stats"})).message,
+              "unknown command 'stats'; did you mean 'status'?");
+    for (const OptionInfo& option : OptionTable()) {
         std::string label = std::string(option.name);
         if (!option.valueName.empty()) label += " " + std::string(option.valueName);
         EXPECT_NE(help.find(" " + label + "  "), std::string::npos) << label;
     }
-    for (const CommandSpec& command : CommandTable()) EXPECT_NE(help.find("\n  " + std::string(command.name)), std::string::npos);
+    for (const CommandInfo& command : CommandTable()) EXPECT_NE(help.find("\n  " + std::string(command.name)), std::string::npos);
     const std::string copy = HelpText(Action::Copy);
     EXPECT_TRUE(copy.starts_with("Usage: qvctl [OPTIONS] copy SOURCE DEST_FOLDER DEST_PATH\n\nCommand \"CopyFile\""));
     EXPECT_TRUE(copy.find("--total BYTES") != std::string::npos && copy.find("--wait") != std::string::npos);
@@ -127,44 +140,6 @@ TEST(QvctlOptionsTest, SessionLinesAreCutIntoWordsAsAShellWould) {
         {R"(a\ b '' c'd'e)", std::vector<std::string>{"a b", "", "cde"}},
         {"", std::vector<std::string>{}}, {"'open", std::nullopt}, {R"("open\")", std::nullopt}};
     for (const auto& [line, words] : cases) EXPECT_EQ(SplitWords(line), words) << line;
-}
-
-TEST(QvctlCommandTest, EachCommandIsItsFieldsAndWaitsAsItsRepliesRequire) {
-    const struct {
-        Action action;
-        std::vector<Field> fields;
-        std::string url;
-        std::optional<std::string> date, goi;
-        const char* text;
-        WaitFor waitFor;
-        Duration wait;  // a fetch leaves room for the assistant's own 60-second limit
-    } cases[] = {
-        {Action::Status, {}, "", {}, {}, "Command:Status\r", WaitFor::FirstReply, seconds(5)},
-        {Action::Abort, {}, "", {}, {}, "Command:CopyFileAbort\r", WaitFor::FirstReply, seconds(5)},
-        {Action::Hide, {}, "", {}, {}, "Command:Hide\r", WaitFor::NoReply, seconds(3)},
-        {Action::Send, {{"Command", "Status"}, {"E", ""}}, "", {}, {}, "Command:Status\rE:\r", WaitFor::EveryReply, seconds(5)},
-        {Action::Get, {}, "http://h/a b", {}, {}, "Command:GetPageURL\rGetPageURL:http://h/a b\r", WaitFor::FirstReply,
-         seconds(70)},
-        {Action::Headers, {}, "h", {}, {}, "Command:GetHeadersURL\rGetHeadersURL:h\r", WaitFor::FirstReply, seconds(70)},
-        {Action::News, {}, "h/n", "2026-11-22 10:00", "\xc3\xa9:x",
-         "Command:GetNews\rWebAddress:h/n\rDateStr:2026-11-22 10:00\rGOIStr:\xc3\xa9:x\r", WaitFor::FirstReply,
-         seconds(70)},
-        {Action::News, {}, "h/", {}, {}, "Command:GetNews\rWebAddress:h/\rDateStr:\rGOIStr:\r", WaitFor::FirstReply,
-         seconds(70)},
-    };
-    for (const auto& c : cases) {
-        Options options;
-        options.action = c.action;
-        options.fields = c.fields;
-        options.url = c.url;
-        options.date = c.date;
-        options.goi = c.goi;
-        EXPECT_EQ(CommandText(CommandFor(options).fields).Bytes(), c.text);
-        EXPECT_EQ(PlanFor(options).waitFor, c.waitFor) << c.text;
-        EXPECT_EQ(PlanFor(options).wait, c.wait) << c.text;
-        options.wait = seconds(1);
-        EXPECT_EQ(PlanFor(options).wait, seconds(1)) << "--wait overrides the default";
-    }
 }
 
 TEST(QvctlCommandTest, ACopyIsCheckedLocallyAndSentWithEveryFieldTheTagBehindTheSource) {
@@ -183,9 +158,11 @@ TEST(QvctlCommandTest, ACopyIsCheckedLocallyAndSentWithEveryFieldTheTagBehindThe
 
     // Each of these would be a copy that the assistant drops without a word.
     const std::pair<CopyArguments, std::string> refused[] = {
-        {{dir.File("missing"), dir.File("out"), "x"}, "'" + dir.File("missing") + "' is not a file"},
-        {{dir.File("out"), dir.File("out"), "x"}, "'" + dir.File("out") + "' is not a file"},
-        {{dir.File("src.bin"), dir.File("src.bin"), "x"}, "'" + dir.File("src.bin") + "' is not a folder"},
+        {{dir.File("missing"), dir.File("out"), "x"}, "'" + dir.File("missing") + "': no such file"},
+        {{dir.File("out"), dir.File("out"), "x"}, "'" + dir.File("out") + "': a folder, not a file"},
+        {{"/dev/null", dir.File("out"), "x"}, "'/dev/null': not a regular file (a FIFO, socket or device)"},
+        {{dir.File("src.bin"), dir.File("src.bin"), "x"}, "'" + dir.File("src.bin") + "': not a folder"},
+        {{dir.File("src.bin"), dir.File("missing"), "x"}, "'" + dir.File("missing") + "': no such folder"},
         {{dir.File("src.bin"), dir.Path(), "src.bin"}, "'" + dir.File("src.bin") + "' is SOURCE itself"},
         {{dir.File("src.bin"), dir.Path(), "src.bin/x"}, "'" + dir.File("src.bin") + "' is a file where a folder must be"},
         {{dir.File("src.bin"), dir.Path(), "out"}, "'" + dir.File("out") + "' is a folder that is not empty"},

@@ -25,8 +25,8 @@ TEST(QvctlOutputTest, RepliesAsTextRawOrJson) {
         OutputMode mode;
         std::string text, expected;
     } cases[] = {
-        {"text as it is", OutputMode::Text, kStatusReport, kStatusReport},
-        {"text ends in a line break", OutputMode::Text, "body\r", "body\r\n"},
+        {"text with LF line ends", OutputMode::Text, kStatusReport, "Response: Status\nStatus: Ready\nHTTPError: \n"},
+        {"text: a lone CR stays, and the end is a line break", OutputMode::Text, "a\rb\r\r\nc\r", "a\rb\r\nc\r\n"},
         {"empty", OutputMode::Text, "", "\n"},
         {"raw", OutputMode::Raw, kStatusReport, "Response: Status\\r\\n\nStatus: Ready\\r\\n\nHTTPError: \\r\\n\n"},
         {"raw lone CR and LF", OutputMode::Raw, "a\rb\nc", "a\\rb\\n\nc\n"},
@@ -63,19 +63,21 @@ TEST(QvctlOutputTest, AFetchReplySendsItsLinesOneWayAndTheRawBodyTheOther) {
         std::string lines, body;
         bool delivered;
     } cases[] = {
-        {"a page, whatever its status", lines + "\r\n" + body, OutputMode::Text, lines, body, true},
-        {"headers only", lines + "\r\n", OutputMode::Text, lines, "", true},
+        {"a page, whatever its status", lines + "\r\n" + body, OutputMode::Raw, RenderReply(String(lines), OutputMode::Raw),
+         body, true},
+        {"headers only", lines + "\r\n", OutputMode::Text,
+         "Response: GetPageURL\nHTTPURL: u\nHTTPStatus: 404\nHTTPError: 0\nServer: t\n", "", true},
         {"closed before any header", "Response: GetNews\r\nHTTPStatus: \r\nHTTPError: 0\r\n\r\n", OutputMode::Text,
-         "Response: GetNews\r\nHTTPStatus: \r\nHTTPError: 0\r\n", "", true},
+         "Response: GetNews\nHTTPStatus: \nHTTPError: 0\n", "", true},
         {"raw: only the lines are made visible", "HTTPError: 0\r\n\r\n" + body, OutputMode::Raw, "HTTPError: 0\\r\\n\n",
          body, true},
         {"timeout report", "Response: GetNews\r\nHTTPError: 1\r\n", OutputMode::Text,
-         "Response: GetNews\r\nHTTPError: 1\r\n", "", false},
+         "Response: GetNews\nHTTPError: 1\n", "", false},
         {"error report", "HTTPError: 102\r\n", OutputMode::Raw, "HTTPError: 102\\r\\n\n", "", false},
-        {"error report of code 0", "HTTPError: 0\r\n", OutputMode::Text, "HTTPError: 0\r\n", "", false},
+        {"error report of code 0", "HTTPError: 0\r\n", OutputMode::Text, "HTTPError: 0\n", "", false},
         {"a server's own HTTPError header does not count",
          "Response: GetNews\r\nHTTPStatus: 200\r\nHTTPError: 1\r\nHTTPError: 0\r\n\r\nx", OutputMode::Text,
-         "Response: GetNews\r\nHTTPStatus: 200\r\nHTTPError: 1\r\nHTTPError: 0\r\n", "x", false},
+         "Response: GetNews\nHTTPStatus: 200\nHTTPError: 1\nHTTPError: 0\n", "x", false},
         {"json: all on standard output", "HTTPError: 0\r\n\r\n\0\xff"s, OutputMode::Json, "",
          Json(R"({"name":"HTTPError","value":"0"})", "AP8="), true},
     };
@@ -84,6 +86,13 @@ TEST(QvctlOutputTest, AFetchReplySendsItsLinesOneWayAndTheRawBodyTheOther) {
         EXPECT_EQ(printout.lines, c.lines) << c.what;
         EXPECT_EQ(printout.body, c.body) << c.what;
         EXPECT_EQ(printout.delivered, c.delivered) << c.what;
+    }
+    const std::pair<const char*, std::string> failures[] = {
+        {"HTTPError: 107\r\n", "HTTPError 107: invalid port: not from 1 to 65535"},
+        {"HTTPError: 999\r\n", "HTTPError 999: an unknown code"},
+        {"Response: X\r\nHTTPURL: u\r\nHTTPError: 1\r\n", "HTTPError 1: no answer within the assistant's limit of 60 s (a timeout)"}};
+    for (const auto& [reply, words] : failures) {
+        EXPECT_EQ(FetchFailureMessage(String(reply), "u"), "qvctl: the assistant could not fetch u\n  " + words + "\n");
     }
 }
 
@@ -101,19 +110,19 @@ TEST(QvctlOutputTest, ProgressLinesGiveUpTheSizesTheRateAndTheBarToFitTheirTermi
         std::string line;
     } cases[] = {
         {{0, 1000, std::nullopt}, 80, "[                    ]   0% 0 bytes of 1000 bytes"},
-        {half, 80, "[##########          ]  50% 512.0 MB of 1.00 GB 64.0 MB/s 00:08 left"},
-        {half, 68, "[##########          ]  50% 64.0 MB/s 00:08 left"},
+        {half, 80, "[##########          ]  50% 512.0 MiB of 1.00 GiB 64.0 MiB/s 00:08 left"},
+        {half, 70, "[##########          ]  50% 64.0 MiB/s 00:08 left"},
         {half, 47, "[##########          ]  50% 00:08 left"},
         {half, 38, " 50% 00:08 left"},
         {half, 5, " 50%"},
         {half, 4, ""},
-        {{5000, 4000, std::nullopt}, 80, "[####################] 100% 3.9 KB of 3.9 KB"},  // a destination grown past
+        {{5000, 4000, std::nullopt}, 80, "[####################] 100% 3.9 KiB of 3.9 KiB"},  // a destination grown past
         {{0, 0, std::nullopt}, 80, "[####################] 100% 0 bytes of 0 bytes"},
     };
     for (const auto& c : cases) EXPECT_EQ(ProgressLine(c.figures, c.columns), c.line) << c.columns;
-    const std::pair<std::int64_t, std::string> sizes[] = {{1023, "1023 bytes"}, {1024, "1.0 KB"}, {1536, "1.5 KB"},
-                                                          {kMiB, "1.0 MB"}, {1536 * kMiB, "1.50 GB"},
-                                                          {std::int64_t{1} << 60, "1048576.00 TB"}};
+    const std::pair<std::int64_t, std::string> sizes[] = {{1023, "1023 bytes"}, {1024, "1.0 KiB"}, {1536, "1.5 KiB"},
+                                                          {kMiB, "1.0 MiB"}, {1536 * kMiB, "1.50 GiB"},
+                                                          {std::int64_t{1} << 60, "1048576.00 TiB"}};
     for (const auto& [bytes, text] : sizes) EXPECT_EQ(SizeText(bytes), text);
     const std::pair<Duration, std::string> durations[] = {{std::chrono::milliseconds(59999), "00:59"},
                                                           {std::chrono::seconds(3599), "59:59"},
@@ -124,33 +133,47 @@ TEST(QvctlOutputTest, ProgressLinesGiveUpTheSizesTheRateAndTheBarToFitTheirTermi
 
 TEST(QvctlOutputTest, OnATerminalACopyIsMeasuredOnItsDestinationAndEndsInASummary) {
     test::TempDir dir;
+    const LocalCopy copy{{"", dir.Path(), "copy.bin"}, 4 << 20};
     const std::string destination = dir.File("copy.bin");
     ManualClock clock;
-    std::ostringstream terminal, pipe;
-    CopyDisplay onTerminal(terminal, OutputMode::Text, 80, clock, destination, 4 << 20);
-    CopyDisplay elsewhere(pipe, OutputMode::Text, std::nullopt, clock, destination, 4 << 20);
+    std::ostringstream terminal, pipe, dumb, error;
+    std::size_t columns = 80;
+    Screen onTerminal(terminal, error, [&] { return std::optional(columns); }, true);
+    Screen elsewhere(pipe, error, [] { return std::optional<std::size_t>(); }, true);
+    Screen onDumb(dumb, error, [] { return std::optional<std::size_t>(50); }, false);
+    CopyDisplay displays[] = {{onTerminal, OutputMode::Text, Verbosity::Normal, clock, copy},
+                              {elsewhere, OutputMode::Text, Verbosity::Normal, clock, copy},
+                              {onDumb, OutputMode::Text, Verbosity::Normal, clock, copy}};
     const std::string complete = "Response: CopyFile\r\nSrcFileInfoMD5: qvctl\r\nStatus: Complete\r\nHTTPError: \r\n";
     const std::pair<std::size_t, std::string> steps[] = {{1 << 20, Progress("100")}, {3 << 20, Progress("300")},
                                                          {4 << 20, complete}};
     for (const auto& [size, report] : steps) {
         clock.Advance(std::chrono::seconds(1));
         test::WriteFile(destination, std::string(size, 'x'));
-        onTerminal.Show(String(report));
-        elsewhere.Show(String(report));
+        for (CopyDisplay& display : displays) display.Show(String(report));
+        if (size == 3 << 20) columns = 50, onTerminal.Resize();  // the terminal made narrower
     }
-    EXPECT_EQ(terminal.str(), "\r[#####               ]  25% 1.0 MB of 4.0 MB\x1b[K"
-                              "\r[###############     ]  75% 3.0 MB of 4.0 MB 2.0 MB/s 00:00 left\x1b[K"
-                              "\r[####################] 100% 4.0 MB of 4.0 MB\x1b[K\nCopied 4.0 MB in 00:03, 1.3 MB/s\n");
-    EXPECT_EQ(pipe.str(), Progress("100") + Progress("300") + complete);
+    EXPECT_EQ(terminal.str(), "\r[#####               ]  25% 1.0 MiB of 4.0 MiB\x1b[K"
+                              "\r[###############     ]  75% 3.0 MiB of 4.0 MiB 2.0 MiB/s 00:00 left\x1b[K"
+                              "\r[###############     ]  75% 2.0 MiB/s 00:00 left\x1b[K"
+                              "\r[####################] 100% 4.0 MiB of 4.0 MiB\x1b[K\nCopied 4.0 MiB in 00:03, 1.3 MiB/s\n");
+    EXPECT_EQ(pipe.str(), RenderReply(String(Progress("100") + Progress("300") + complete), OutputMode::Text));
+    EXPECT_EQ(dumb.str(), "\r[#####               ]  25% 1.0 MiB of 4.0 MiB"
+                          "\r[###############     ]  75% 2.0 MiB/s 00:00 left"
+                          "\r[####################] 100% 4.0 MiB of 4.0 MiB  \nCopied 4.0 MiB in 00:03, 1.3 MiB/s\n")
+        << "no escape codes: blanks cover a longer line before";
 
     // Out of sight, the destination's share comes from the bar position; an abort ends the line.
     std::ostringstream aborted;
-    CopyDisplay display(aborted, OutputMode::Text, 80, clock, dir.File("missing"), 4 << 20);
+    Screen screen(aborted, error, [] { return std::optional<std::size_t>(80); }, true);
+    CopyDisplay display(screen, OutputMode::Text, Verbosity::Normal, clock, {{"", dir.Path(), "missing"}, 4 << 20});
     display.Show(String(Progress("200")));
-    EXPECT_FALSE(display.EndLine() && display.EndLine()) << "a line is ended once";
+    EXPECT_EQ(display.Unfinished(), "qvctl: left the copy unfinished\n");
     display.Show(String("Response: CopyFile\r\nSrcFileInfoMD5: qvctl\r\nStatus: Abort\r\nHTTPError: \r\n"));
-    EXPECT_EQ(aborted.str(), "\r[##########          ]  50% 2.0 MB of 4.0 MB\x1b[K\n"
-                             "Aborted after 2.0 MB of 4.0 MB; the assistant removed the partial copy\n");
+    EXPECT_EQ(aborted.str(), "\r[##########          ]  50% 2.0 MiB of 4.0 MiB\x1b[K\n"
+                             "Aborted after 2.0 MiB of 4.0 MiB; the assistant removed the partial copy\n");
+    EXPECT_EQ(displays[0].Unfinished(), "qvctl: left the copy unfinished; the partial file " + destination +
+                                            " stays, 4.0 MiB of 4.0 MiB\n");
 }
 
 }  // namespace

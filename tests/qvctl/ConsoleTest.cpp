@@ -1,0 +1,254 @@
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "foundation/IPCSocket.h"
+#include "qvctl/Console.h"
+#include "qvctl/ReplyFormat.h"
+#include "support/Support.h"
+
+namespace qv::ctl {
+namespace {
+
+using namespace std::string_literals;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using Texts = std::vector<std::string>;
+
+const std::string kStatus = "Response: Status\r\nStatus: Ready\r\nHTTPError: \r\n";
+const std::string kProgress =
+    "Response: CopyFile\r\nSrcFileInfoMD5: qvctl\r\nStatus: InProgress\r\nBarPos: 4\r\nMsgStr: m\r\nHTTPError: \r\n";
+std::string End(const std::string& status) {
+    return "Response: CopyFile\r\nSrcFileInfoMD5: qvctl\r\nStatus: " + status + "\r\nHTTPError: \r\n";
+}
+std::string Frame(const std::string& text) { return std::string(MakeFrame(String(text)).Bytes()); }
+
+// qvctl's console against a stand-in for the assistant on the same loop, with
+// a manual clock for the waits. The stand-in takes one peer, as the assistant
+// does (so each run needs a rig of its own), and decodes what it receives.
+struct Rig {
+    Rig() {
+        assistant.SetPath(String(path));
+        assistant.onDataAvailable = [this] {
+            frames.Append(assistant.ReadAll().Bytes());
+            while (const auto payload = frames.TakeFrame()) received.emplace_back(DecodePayload(payload->Bytes()).Bytes());
+        };
+        assistant.onError = [this] { assistantLost = true; };
+        assistant.Listen();
+        test::WriteFile(dir.File("src.bin"), std::string(4096, 'x'));
+        std::filesystem::create_directory(dir.File("out"));
+    }
+    // A one-shot command: the console with one line.
+    void Run(std::vector<std::string> args) {
+        const std::vector<std::string_view> views(args.begin(), args.end());
+        const auto parsed = ParseOptions(views);
+        ASSERT_TRUE(std::holds_alternative<Options>(parsed)) << std::get<UsageError>(parsed).message;
+        Session(std::get<Options>(parsed));
+        console->Run(std::get<Options>(parsed));
+        console->EndOfInput();
+    }
+    void Session(const Options& options = {}) { console = std::make_unique<Console>(loop, options, path, screen); }
+    void Reply(const std::string& bytes) {
+        const std::size_t before = out.str().size() + error.str().size();
+        assistant.Write(String(bytes));
+        EXPECT_TRUE(test::RunUntil(loop, [&] { return out.str().size() + error.str().size() > before || console->Result(); }));
+    }
+    void WaitForCommands(std::size_t count) { ASSERT_TRUE(test::RunUntil(loop, [&] { return received.size() >= count; })); }
+    // Passes enough for a frame that qvctl wrote to reach the stand-in.
+    void Settle() {
+        for (int pass = 0; pass < 5; ++pass) loop.RunOnce(milliseconds(5));
+    }
+
+    ManualClock clock;
+    RunLoop loop{clock};
+    test::TempDir dir;
+    std::string path = dir.File("qvipc");
+    IPCSocket assistant{loop};
+    FrameBuffer frames;
+    Texts received;
+    bool assistantLost = false;
+    std::ostringstream out, error;
+    Screen screen{out, error, [] { return std::optional<std::size_t>(); }, true};
+    std::unique_ptr<Console> console;
+};
+
+TEST(QvctlConsoleTest, EachCommandSendsItsFieldsAndEndsByWhatComesOrByTheAssistantLeaving) {
+    const std::string page = "Response: GetPageURL\r\nHTTPURL: u\r\nHTTPStatus: 200\r\nHTTPError: 0\r\nServer: t\r\n\r\nbody\0"s;
+    const struct {
+        std::vector<std::string> args;
+        std::string sent;
+        Texts replies;  // each written at once
+        bool leaves;
+        ExitStatus status;
+        Duration endsAfter;  // from the last write; zero: at once
+        std::string out, error;
+    } cases[] = {
+        {{"status"}, "Command:Status\r", {Frame(kStatus)}, false, ExitStatus::Ok, {},
+         "Response: Status\nStatus: Ready\nHTTPError: \n", ""},
+        {{"status", "--wait", "1.5"}, "Command:Status\r", {}, false, ExitStatus::NoReply, milliseconds(1500), "",
+         "qvctl: no reply in time to status\n"},
+        {{"abort", "-q"}, "Command:CopyFileAbort\r", {}, true, ExitStatus::Unreachable, {}, "",
+         "qvctl: the assistant at PATH went away before the reply\n"},
+        // Every reply within the wait counts, whatever the cut of the stream.
+        {{"send", "Command=Status", "E="}, "Command:Status\rE:\r",
+         {"noise" + Frame("HTTPError: 503\r\n") + Frame("X").substr(0, 3), Frame("X").substr(3)}, false, ExitStatus::Ok,
+         seconds(5), "HTTPError: 503\nX\n", ""},
+        {{"send", "A=b"}, "A:b\r", {}, false, ExitStatus::NoReply, seconds(5), "", "qvctl: no reply in time to send\n"},
+        {{"send", "A=b", "--raw"}, "A:b\r", {Frame("HTTPError: 503\r\n")}, true, ExitStatus::Ok, {},
+         "HTTPError: 503\\r\\n\n", ""},
+        // Nothing comes back: it stays for the whole wait, as the assistant ends with its peer.
+        {{"hide"}, "Command:Hide\r", {}, false, ExitStatus::Ok, seconds(3), "", ""},
+        {{"show", "-v"}, "Command:Show\r", {}, true, ExitStatus::Unreachable, {}, "",
+         "qvctl: > Command:Show\nqvctl: the assistant at PATH went away before the reply\n"},
+        // A fetch's lines go beside its body; for headers they are the output.
+        {{"get", "http://h/a b"}, "Command:GetPageURL\rGetPageURL:http://h/a b\r", {Frame(page)}, false, ExitStatus::Ok,
+         {}, "body\0"s, "Response: GetPageURL\nHTTPURL: u\nHTTPStatus: 200\nHTTPError: 0\nServer: t\n"},
+        {{"get", "u", "-q", "--dump-header=-"}, "Command:GetPageURL\rGetPageURL:u\r", {Frame(page)}, false,
+         ExitStatus::Ok, {}, "Response: GetPageURL\nHTTPURL: u\nHTTPStatus: 200\nHTTPError: 0\nServer: t\nbody\0"s, ""},
+        {{"headers", "h", "--output", "-"}, "Command:GetHeadersURL\rGetHeadersURL:h\r", {Frame(page)}, false,
+         ExitStatus::Ok, {}, "Response: GetPageURL\nHTTPURL: u\nHTTPStatus: 200\nHTTPError: 0\nServer: t\nbody\0"s, ""},
+        {{"news", "h/n", "--date", "2026-11-22 10:00", "--goi", "\xc3\xa9:x"},
+         "Command:GetNews\rWebAddress:h/n\rDateStr:2026-11-22 10:00\rGOIStr:\xc3\xa9:x\r", {Frame("HTTPError: 103\r\n")},
+         false, ExitStatus::FetchFailed, {}, "", "qvctl: the assistant could not fetch h/n\n  HTTPError 103: host name not found\n"},
+        {{"news", "h/", "--raw", "-q"}, "Command:GetNews\rWebAddress:h/\rDateStr:\rGOIStr:\r",
+         {Frame("Response: GetNews\r\nHTTPError: 1\r\n")}, false, ExitStatus::FetchFailed, {}, "",
+         "qvctl: the assistant could not fetch h/\n  HTTPError 1: no answer within the assistant's limit of 60 s (a timeout)\n"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.args));
+        Rig rig;
+        rig.Run(c.args);
+        rig.WaitForCommands(1);
+        EXPECT_EQ(rig.received, Texts{c.sent});
+        for (const std::string& bytes : c.replies) rig.Reply(bytes);
+        if (c.leaves) rig.assistant.Close();
+        if (c.endsAfter > Duration::zero()) {
+            test::AdvanceBy(rig.loop, rig.clock, c.endsAfter - milliseconds(1));
+            EXPECT_FALSE(rig.console->Result()) << "it lasts its whole wait";
+            EXPECT_FALSE(rig.assistantLost);
+            test::AdvanceBy(rig.loop, rig.clock, milliseconds(1));
+        }
+        ASSERT_TRUE(test::RunUntil(rig.loop, [&] { return rig.console->Result().has_value(); }));
+        EXPECT_EQ(rig.console->Result(), c.status);
+        EXPECT_TRUE(c.leaves || test::RunUntil(rig.loop, [&] { return rig.assistantLost; })) << "qvctl leaves at the end";
+        EXPECT_EQ(rig.out.str(), c.out);
+        std::string error = c.error;
+        if (const auto at = error.find("PATH"); at != std::string::npos) error.replace(at, 4, rig.path);
+        EXPECT_EQ(rig.error.str(), error);
+    }
+}
+
+TEST(QvctlConsoleTest, ACopyHoldsAnEarlyAbortUntilItRunsAndEndsWithItsEndReport) {
+    Rig rig;
+    rig.Run({"copy", rig.dir.File("src.bin"), rig.dir.File("out"), "a/c.bin"});
+    rig.WaitForCommands(1);
+    EXPECT_TRUE(rig.received[0].starts_with("Command:CopyFile\r")) << "its fields are CopyCommand's";
+    EXPECT_TRUE(rig.console->Interrupt());
+    rig.Settle();
+    EXPECT_EQ(rig.received.size(), 1u) << "an early abort would wait behind the copy in the assistant's queue";
+    rig.Reply(Frame(kProgress));
+    rig.WaitForCommands(2);
+    EXPECT_EQ(rig.received.back(), "Command:CopyFileAbort\r");
+    EXPECT_FALSE(rig.console->Interrupt()) << "a second one is the caller's: it leaves";
+    rig.Reply(Frame(kProgress));
+    test::AdvanceBy(rig.loop, rig.clock, std::chrono::hours(48));
+    EXPECT_EQ(rig.received.size(), 2u) << "the abort goes once";
+    EXPECT_FALSE(rig.console->Result()) << "without --wait a copy waits for ever";
+    rig.Reply(Frame(End("Abort")));
+    EXPECT_EQ(rig.console->Result(), ExitStatus::CopyAborted);
+    EXPECT_EQ(rig.out.str(), RenderReply(String(kProgress + kProgress + End("Abort")), OutputMode::Text))
+        << "off a terminal, every report as it is";
+
+    Rig limited;
+    limited.Run({"copy", "--wait=5", limited.dir.File("src.bin"), limited.dir.File("out"), "c.bin"});
+    limited.WaitForCommands(1);
+    limited.Reply(Frame(kProgress));
+    test::AdvanceBy(limited.loop, limited.clock, seconds(5));
+    EXPECT_EQ(limited.console->Result(), ExitStatus::NoReply) << "progress does not count";
+    Rig silent;  // a copy the assistant dropped
+    silent.Run({"copy", silent.dir.File("src.bin"), silent.dir.File("out"), "c.bin"});
+    test::AdvanceBy(silent.loop, silent.clock, kFirstReportWait - milliseconds(1));
+    EXPECT_FALSE(silent.console->Result());
+    test::AdvanceBy(silent.loop, silent.clock, milliseconds(1));
+    EXPECT_EQ(silent.console->Result(), ExitStatus::NoReply);
+    EXPECT_TRUE(silent.error.str().starts_with("qvctl: the assistant did not start the copy"));
+    Rig refused;  // checked before anything is sent: the assistant never hears of it
+    refused.Run({"copy", refused.dir.File("nope"), refused.dir.File("out"), "c.bin"});
+    EXPECT_EQ(refused.console->Result(), ExitStatus::Usage);
+    EXPECT_EQ(refused.error.str(), "qvctl: '" + refused.dir.File("nope") + "': no such file\n");
+    refused.Settle();
+    EXPECT_FALSE(refused.assistantLost) << "no connection was made";
+}
+
+TEST(QvctlConsoleTest, ASessionRunsItsLinesInOrderAndEndsOnceTheirRepliesAreIn) {
+    Rig rig;
+    rig.Session();
+    rig.console->Start();
+    for (const char* line : {"  # a comment", "status --json", "bogus", "copy " , "show", "status --socket /x"}) {
+        rig.console->TakeLine(line);
+    }
+    rig.console->TakeLine("copy '" + rig.dir.File("src.bin") + "' " + rig.dir.File("out") + " c.bin");
+    rig.console->TakeLine("status");
+    rig.console->TakeLine("quit");
+    rig.console->TakeLine("status");
+    rig.WaitForCommands(4);
+    EXPECT_EQ(rig.received[0], "Command:Status\r");
+    EXPECT_EQ(rig.received[1], "Command:Show\r");
+    EXPECT_EQ(rig.received[3], "Command:Status\r") << "nothing after quit";
+    rig.Reply(Frame(kStatus));
+    rig.Reply(Frame(End("Complete")));  // ends the show ahead of it too
+    EXPECT_FALSE(rig.console->Result()) << "a reply is still due";
+    rig.Reply(Frame(kStatus));
+    ASSERT_TRUE(test::RunUntil(rig.loop, [&] { return rig.console->Result().has_value(); }));
+    EXPECT_EQ(rig.console->Result(), ExitStatus::Usage) << "the first failure's";
+    EXPECT_EQ(rig.out.str(), R"({"fields":[{"name":"Response","value":"Status"},{"name":"Status","value":"Ready"},)"
+                             R"({"name":"HTTPError","value":""}],"body":""})" "\n" +
+                                 RenderReply(String(End("Complete") + kStatus), OutputMode::Text));
+    EXPECT_EQ(rig.error.str(), "qvctl: unknown command 'bogus'\nqvctl: copy needs SOURCE DEST_FOLDER DEST_PATH\n"
+                               "qvctl: a session has its one connection already\n"
+                               "qvctl: queued behind the copy; the assistant runs it once the copy has ended\n");
+}
+
+// A listener at `path` that closes each connection unread, as a busy assistant does.
+TEST(QvctlConsoleTest, ALostLinkSaysWhetherTheAssistantWasNeverThereHasEndedOrIsBusy) {
+    test::TempDir dir;
+    const std::string path = dir.File("qvipc");
+    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+    ManualClock clock;
+    RunLoop loop(clock);
+    const auto lossOf = [&](const std::function<void()>& meanwhile) {
+        std::optional<Loss> loss;
+        Link link(loop, path);
+        link.onLost = [&](Loss l) { loss = l; };
+        link.Connect();
+        EXPECT_TRUE(test::RunUntil(loop, [&] { meanwhile(); return loss.has_value(); }));
+        return loss;
+    };
+    EXPECT_EQ(lossOf([] {}), Loss::NotStarted);
+    ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(lossOf([] {}), Loss::NotListening) << "a socket file that nothing listens on";
+    ASSERT_EQ(listen(fd, 4), 0);
+    const auto closeUnread = [&] { if (const int peer = accept(fd, nullptr, nullptr); peer >= 0) close(peer); };
+    EXPECT_EQ(lossOf(closeUnread), Loss::Busy);
+    const auto answerAndClose = [&] {
+        if (const int peer = accept(fd, nullptr, nullptr); peer >= 0) test::WriteAll(peer, Frame(kStatus)), close(peer);
+    };
+    EXPECT_EQ(lossOf(answerAndClose), Loss::WentAway);
+    close(fd);
+}
+
+}  // namespace
+}  // namespace qv::ctl
