@@ -16,28 +16,21 @@ void RunStatus(Console& console, const Options& options) {
     console.Send(options, {CommandWord("Status"), WaitFor::FirstReply, options.wait.value_or(kReplyWait)});
 }
 
-void RunShow(Console& console, const Options& options) {
-    console.Send(options, {CommandWord("Show"), WaitFor::NoReply, options.wait.value_or(kLinger)});
-}
-
-void RunHide(Console& console, const Options& options) {
-    console.Send(options, {CommandWord("Hide"), WaitFor::NoReply, options.wait.value_or(kLinger)});
+void RunShowOrHide(Console& console, const Options& options) {
+    const char* word = options.action == Action::Show ? "Show" : "Hide";
+    console.Send(options, {CommandWord(word), WaitFor::NoReply, options.wait.value_or(kLinger)});
 }
 
 void RunAbort(Console& console, const Options& options) {
     console.Abort(options);
 }
 
-void RunGet(Console& console, const Options& options) {
-    console.Send(options, {{{"Command", "GetPageURL"}, {"GetPageURL", options.url}},
-                           WaitFor::FirstReply,
-                           options.wait.value_or(kFetchWait)});
-}
-
-void RunHeaders(Console& console, const Options& options) {
-    console.Send(options, {{{"Command", "GetHeadersURL"}, {"GetHeadersURL", options.url}},
-                           WaitFor::FirstReply,
-                           options.wait.value_or(kFetchWait)});
+// The field that holds the URL has the name of the command.
+void RunPage(Console& console, const Options& options) {
+    const char* word = options.action == Action::Get ? "GetPageURL" : "GetHeadersURL";
+    console.Send(
+        options,
+        {{{"Command", word}, {word, options.url}}, WaitFor::FirstReply, options.wait.value_or(kFetchWait)});
 }
 
 void RunNews(Console& console, const Options& options) {
@@ -57,7 +50,8 @@ void RunCopy(Console& console, const Options& options) {
         return console.Fail(ExitStatus::Usage, "qvctl: " + *error + "\n");
     }
     const LocalCopy& copy = std::get<LocalCopy>(local);
-    console.Send(options, {CopyFileFields(copy, Ticks(console.GetClock())), WaitFor::LastReply, options.wait, copy});
+    console.Send(options,
+                 {CopyFileFields(copy, Ticks(console.GetClock())), WaitFor::LastReply, options.wait, copy});
 }
 
 void RunSend(Console& console, const Options& options) {
@@ -78,12 +72,12 @@ std::string SecondsText(Duration duration) {
 std::span<const CommandInfo> CommandTable() {
     static const CommandInfo commands[] = {
         {"status", Action::Status, "", "Command \"Status\"; waits for the status report.", RunStatus},
-        {"show", Action::Show, "", "Command \"Show\"; no reply comes.", RunShow},
-        {"hide", Action::Hide, "", "Command \"Hide\"; no reply comes.", RunHide},
+        {"show", Action::Show, "", "Command \"Show\"; no reply comes.", RunShowOrHide},
+        {"hide", Action::Hide, "", "Command \"Hide\"; no reply comes.", RunShowOrHide},
         {"abort", Action::Abort, "", "Command \"CopyFileAbort\"; waits for the copy end report.", RunAbort},
-        {"get", Action::Get, "URL", "Command \"GetPageURL\": the assistant fetches the page.", RunGet},
+        {"get", Action::Get, "URL", "Command \"GetPageURL\": the assistant fetches the page.", RunPage},
         {"headers", Action::Headers, "URL", "Command \"GetHeadersURL\": only the headers of the page.",
-         RunHeaders},
+         RunPage},
         {"news", Action::News, "URL",
          "Command \"GetNews\": the assistant posts a form with the\n"
          "keys date and goi to URL (empty when not given).",

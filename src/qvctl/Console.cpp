@@ -70,7 +70,11 @@ std::optional<std::vector<std::string>> SplitWords(std::string_view line) {
 }
 
 Console::Console(RunLoop& loop, const Options& options, std::string socketPath, Screen& screen)
-    : loop_(loop), options_(options), socketPath_(std::move(socketPath)), screen_(screen), link_(loop, socketPath_) {
+    : loop_(loop),
+      options_(options),
+      socketPath_(std::move(socketPath)),
+      screen_(screen),
+      link_(loop, socketPath_) {
     link_.onReply = [this](const String& reply) { TakeReply(reply); };
     link_.onLost = [this](Loss loss) { Lost(loss); };
 }
@@ -125,8 +129,8 @@ void Console::Send(const Options& options, Request request) {
     Expected expected{options, request.waitFor, request.wait, {}, {}, {}};
     if (!OpenFiles(expected)) return;
     if (request.copy) {
-        expected.copy =
-            std::make_unique<CopyDisplay>(screen_, options.output, options.verbosity, GetClock(), *request.copy);
+        expected.copy = std::make_unique<CopyDisplay>(screen_, options.output, options.verbosity, GetClock(),
+                                                      *request.copy);
     }
     SendFields(request.fields, options);
     queue_.push_back(std::move(expected));
@@ -248,7 +252,8 @@ void Console::Write(std::ofstream* file, const std::optional<std::string>& path,
                     bool error) {
     if (text.empty()) return;
     const bool written = file ? static_cast<bool>(*file << text << std::flush) : screen_.Print(text, error);
-    if (!written) Fail(ExitStatus::OutputFailed, "qvctl: cannot write " + (file ? *path : "standard output") + "\n");
+    if (!written)
+        Fail(ExitStatus::OutputFailed, "qvctl: cannot write " + (file ? *path : "standard output") + "\n");
 }
 
 void Console::StartHeadWait() {
@@ -266,8 +271,10 @@ void Console::HeadWaitOver() {
     const Expected& head = queue_.front();
     if (head.copy && !head.copyRunning) {
         Fail(ExitStatus::NoReply, NotStartedMessage());
-    } else if (head.waitFor != WaitFor::NoReply && !(head.waitFor == WaitFor::EveryReply && head.replies > 0)) {
-        Fail(ExitStatus::NoReply, "qvctl: no reply in time to " + std::string(CommandOf(head.options.action).name) + "\n");
+    } else if (head.waitFor != WaitFor::NoReply &&
+               !(head.waitFor == WaitFor::EveryReply && head.replies > 0)) {
+        Fail(ExitStatus::NoReply,
+             "qvctl: no reply in time to " + std::string(CommandOf(head.options.action).name) + "\n");
     }
     Done();
 }

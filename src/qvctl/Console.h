@@ -83,7 +83,8 @@ private:
     void TakeCopyReport(Expected& head, const String& reply);
     void Print(Expected* expected, const String& reply);
     void PrintFetch(Expected& expected, const String& reply);
-    void Write(std::ofstream* file, const std::optional<std::string>& path, std::string_view text, bool error);
+    void Write(std::ofstream* file, const std::optional<std::string>& path, std::string_view text,
+               bool error);
     void StartHeadWait();
     void HeadWaitOver();
     void Done();

@@ -138,7 +138,8 @@ void CopyDisplay::Show(const String& reply) {
             screen_.ShowStatus([full](std::size_t columns) { return ProgressLine(full, columns); });
         }
         std::string summary = "Copied " + SizeText(size_) + " in " + DurationText(took);
-        if (Seconds(took) > 0) summary += ", " + SizeText(static_cast<std::int64_t>(size_ / Seconds(took))) + "/s";
+        if (Seconds(took) > 0)
+            summary += ", " + SizeText(static_cast<std::int64_t>(size_ / Seconds(took))) + "/s";
         screen_.Print(summary + "\n", false);
         return;
     }

@@ -40,7 +40,8 @@ std::string ProgressLine(const CopyFigures& figures, std::size_t columns);
 class CopyDisplay {
 public:
     // The copy counts as begun now.
-    CopyDisplay(Screen& screen, OutputMode mode, Verbosity verbosity, const Clock& clock, const LocalCopy& copy);
+    CopyDisplay(Screen& screen, OutputMode mode, Verbosity verbosity, const Clock& clock,
+                const LocalCopy& copy);
 
     void Show(const String& reply);
     // What qvctl says when it leaves the copy unfinished: where the partial

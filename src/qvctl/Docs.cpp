@@ -49,9 +49,11 @@ std::string RoffParagraphs(std::string_view text) {
 }
 
 // A list of labelled paragraphs; `font` is the label's, B or I.
-std::string Entries(std::initializer_list<std::pair<std::string, std::string>> entries, std::string_view font) {
+std::string Entries(std::initializer_list<std::pair<std::string, std::string>> entries,
+                    std::string_view font) {
     std::string out;
-    for (const auto& [label, text] : entries) out += ".TP\n." + std::string(font) + " " + Roff(label) + "\n" + Roff(text) + "\n";
+    for (const auto& [label, text] : entries)
+        out += ".TP\n." + std::string(font) + " " + Roff(label) + "\n" + Roff(text) + "\n";
     return out;
 }
 
@@ -94,13 +96,15 @@ std::string ManualPage() {
     page += ".SH ENVIRONMENT\n" +
             Entries({{variable, "The channel when --socket is not given; unset or empty: " + socket + "."},
                      {"COLUMNS", "The width of the progress bar, in place of the terminal's own."},
-                     {"TERM", "With \"dumb\", no escape codes: the bar is redrawn with blanks, and a\n"
-                              "session reads lines without editing."},
+                     {"TERM",
+                      "With \"dumb\", no escape codes: the bar is redrawn with blanks, and a\n"
+                      "session reads lines without editing."},
                      {"XDG_STATE_HOME", "Where the session's history is kept (default ~/.local/state)."}},
                     "B");
-    page += ".SH FILES\n" + Entries({{socket, "The assistant's socket, by default."},
-                                     {"$XDG_STATE_HOME/qvctl/history", "The lines of earlier sessions on a terminal."}},
-                                    "I");
+    page += ".SH FILES\n" +
+            Entries({{socket, "The assistant's socket, by default."},
+                     {"$XDG_STATE_HOME/qvctl/history", "The lines of earlier sessions on a terminal."}},
+                    "I");
     page += ".SH EXAMPLES\n" + RoffParagraphs(R"x(Start the assistant, then ask for its status in a script:
   qvassistant &
   [ "$(qvctl status | sed -n 's/^Status: //p')" = Ready ]
@@ -143,25 +147,35 @@ std::string BashCompletion() {
            "    mapfile -t COMPREPLY < <(compgen \"$1\" -- \"$cur\")\n"
            "}\n"
            "_qvctl() {\n"
-           "    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]} command= words i operands=0\n"
+           "    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]} command= words i "
+           "operands=0\n"
            "    case $prev in\n"
-           "        " + files + ") _qvctl_paths -f; return ;;\n"
-           "        " + valued + ") return ;;\n"
+           "        " +
+           files +
+           ") _qvctl_paths -f; return ;;\n"
+           "        " +
+           valued +
+           ") return ;;\n"
            "    esac\n"
            "    for ((i = 1; i < COMP_CWORD; i++)); do\n"
            "        case ${COMP_WORDS[i]} in\n"
-           "            " + valued + ") ((i++)) ;;\n"
+           "            " +
+           valued +
+           ") ((i++)) ;;\n"
            "            -*) ;;\n"
            "            *) [[ -z $command ]] && command=${COMP_WORDS[i]} || ((operands++)) ;;\n"
            "        esac\n"
            "    done\n"
            "    case $command in\n" +
-           perCommand + "        *) words=\"" + allOptions + "\" ;;\n"
+           perCommand + "        *) words=\"" + allOptions +
+           "\" ;;\n"
            "    esac\n"
            "    if [[ $cur == -* ]]; then\n"
            "        COMPREPLY=($(compgen -W \"$words\" -- \"$cur\"))\n"
            "    elif [[ -z $command || $command == help ]]; then\n"
-           "        COMPREPLY=($(compgen -W \"" + commands + "\" -- \"$cur\"))\n"
+           "        COMPREPLY=($(compgen -W \"" +
+           commands +
+           "\" -- \"$cur\"))\n"
            "    elif [[ $command == copy && $operands == 0 ]]; then\n"
            "        _qvctl_paths -f\n"
            "    elif [[ $command == copy && $operands == 1 ]]; then\n"

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <span>
-#include <string>
-
 namespace qv::ctl {
 
 // qvctl's exit status. A session's is that of its first failure.
@@ -15,13 +12,5 @@ enum class ExitStatus {
     OutputFailed = 5,
     CopyAborted = 6,
 };
-
-struct ExitStatusInfo {
-    int code;
-    std::string meaning;  // lines of help, without their indentation
-};
-
-// What each status means, for --help and the manual page.
-std::span<const ExitStatusInfo> ExitStatusTable();
 
 }  // namespace qv::ctl

@@ -49,9 +49,10 @@ std::span<const FetchErrorInfo> FetchErrorTable() {
 std::string FetchFailureMessage(const String& messageText, std::string_view url) {
     const std::string_view code = ErrorCode(ReportFields(SplitReport(messageText.Bytes()).lines));
     const auto errors = FetchErrorTable();
-    const auto known = std::ranges::find_if(errors, [&](const FetchErrorInfo& e) { return std::to_string(e.code) == code; });
-    return "qvctl: the assistant could not fetch " + std::string(url) + "\n  HTTPError " + std::string(code) + ": " +
-           std::string(known == errors.end() ? "an unknown code" : known->meaning) + "\n";
+    const auto known =
+        std::ranges::find_if(errors, [&](const FetchErrorInfo& e) { return std::to_string(e.code) == code; });
+    return "qvctl: the assistant could not fetch " + std::string(url) + "\n  HTTPError " + std::string(code) +
+           ": " + std::string(known == errors.end() ? "an unknown code" : known->meaning) + "\n";
 }
 
 }  // namespace qv::ctl

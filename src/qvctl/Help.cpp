@@ -4,41 +4,35 @@
 #include <csignal>
 
 #include "qvctl/Command.h"
-#include "qvctl/ExitStatus.h"
 
 namespace qv::ctl {
 
 namespace {
 
-const ExitStatusInfo kExitStatuses[] = {
-    {static_cast<int>(ExitStatus::Ok), "the reply came (show, hide: the connection stayed up for\n"
-                     "the whole wait; send: at least one reply came; copy:\n"
-                     "\"Status: Complete\")"},
-    {static_cast<int>(ExitStatus::Usage), "the arguments are wrong (copy: also what qvctl finds\nwrong with the files)"},
-    {static_cast<int>(ExitStatus::NoReply), "no reply in time (copy: the assistant did not start it)"},
-    {static_cast<int>(ExitStatus::Unreachable), "the assistant is not there, is busy with another peer,\n"
-                              "or went away before the reply"},
-    {static_cast<int>(ExitStatus::FetchFailed), "get, headers, news: the fetch failed (timeout or error\nreport)"},
-    {static_cast<int>(ExitStatus::OutputFailed), "the body or the lines cannot be written (--output,\n"
-                               "--dump-header or standard output)"},
-    {static_cast<int>(ExitStatus::CopyAborted), "copy: the end report says \"Status: Abort\""},
-    // qvctl ends by the signal itself, as any program that it ends.
-    {128 + SIGINT, "Ctrl-C with no copy to abort, or a second one (SIGTERM:\n" + std::to_string(128 + SIGTERM) + ")"},
-};
-
-std::string ExitStatusText() {
-    std::string text;
-    for (const ExitStatusInfo& info : kExitStatuses) {
-        std::string_view meaning = info.meaning;
-        const std::string code = std::to_string(info.code);
-        text += std::string(5 - code.size(), ' ') + code + "  ";
-        for (std::size_t end; (end = meaning.find('\n')) != std::string_view::npos; meaning.remove_prefix(end + 1)) {
-            text += std::string(meaning.substr(0, end)) + "\n       ";
-        }
-        text += std::string(meaning) + "\n";
-    }
-    return text;
+constexpr int ExitCode(ExitStatus status) {
+    return static_cast<int>(status);
 }
+
+const ExitStatusInfo kExitStatuses[] = {
+    {ExitCode(ExitStatus::Ok),
+     "the reply came (show, hide: the connection stayed up for\n"
+     "the whole wait; send: at least one reply came; copy:\n"
+     "\"Status: Complete\")"},
+    {ExitCode(ExitStatus::Usage),
+     "the arguments are wrong (copy: also what qvctl finds\nwrong with the files)"},
+    {ExitCode(ExitStatus::NoReply), "no reply in time (copy: the assistant did not start it)"},
+    {ExitCode(ExitStatus::Unreachable),
+     "the assistant is not there, is busy with another peer,\n"
+     "or went away before the reply"},
+    {ExitCode(ExitStatus::FetchFailed), "get, headers, news: the fetch failed (timeout or error\nreport)"},
+    {ExitCode(ExitStatus::OutputFailed),
+     "the body or the lines cannot be written (--output,\n"
+     "--dump-header or standard output)"},
+    {ExitCode(ExitStatus::CopyAborted), "copy: the end report says \"Status: Abort\""},
+    // qvctl ends by the signal itself, as any program that it ends.
+    {128 + SIGINT,
+     "Ctrl-C with no copy to abort, or a second one (SIGTERM:\n" + std::to_string(128 + SIGTERM) + ")"},
+};
 
 constexpr std::string_view kIntroduction =
     R"(Sends commands to the running QVAssistant over its local channel and
@@ -84,16 +78,17 @@ connected for a while before qvctl exits.
 constexpr std::size_t kHelpColumn = 22;
 
 // "  label  first line of help" and the further lines of help below it.
-void AddEntry(std::string& text, const std::string& label, std::string_view help) {
+void AddEntry(std::string& text, const std::string& label, std::string_view help,
+              std::size_t helpColumn = kHelpColumn) {
     text += "  " + label;
     std::size_t column = label.size() + 2;
     while (!help.empty()) {
         const std::size_t end = help.find('\n');
-        if (column + 1 > kHelpColumn) {
+        if (column + 1 > helpColumn) {
             text += '\n';
             column = 0;
         }
-        text.append(kHelpColumn - column, ' ');
+        text.append(helpColumn - column, ' ');
         text += help.substr(0, end);
         text += '\n';
         column = 0;
@@ -156,7 +151,9 @@ std::string HelpText(std::optional<Action> command) {
     text += "\n";
     AddOptions(text, std::nullopt);
     text += "\n";
-    text += Details() + "\nExit status:\n" + ExitStatusText();
+    text += Details() + "\nExit status:\n";
+    for (const ExitStatusInfo& status : kExitStatuses)
+        AddEntry(text, std::to_string(status.code), status.meaning, 7);
     return text;
 }
 

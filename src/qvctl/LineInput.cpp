@@ -16,6 +16,22 @@ namespace {
 
 constexpr int kHistoryLines = 1000;
 
+// Where the session's history is kept: qvctl/history under XDG_STATE_HOME, or
+// else under ~/.local/state; empty when neither is known.
+std::string HistoryPath() {
+    namespace fs = std::filesystem;
+    fs::path state;
+    // A relative XDG_STATE_HOME is to be ignored.
+    if (const char* xdg = std::getenv("XDG_STATE_HOME"); xdg && *xdg == '/') {
+        state = xdg;
+    } else if (const char* home = std::getenv("HOME"); home && *home) {
+        state = fs::path(home) / ".local" / "state";
+    } else {
+        return "";
+    }
+    return (state / "qvctl" / "history").string();
+}
+
 // A file or a pipe: lines as they come, the last one also without its LF.
 class PlainInput final : public LineInput {
 public:
@@ -138,21 +154,8 @@ private:
 
 }  // namespace
 
-std::string HistoryPath() {
-    namespace fs = std::filesystem;
-    fs::path state;
-    // A relative XDG_STATE_HOME is to be ignored.
-    if (const char* xdg = std::getenv("XDG_STATE_HOME"); xdg && *xdg == '/') {
-        state = xdg;
-    } else if (const char* home = std::getenv("HOME"); home && *home) {
-        state = fs::path(home) / ".local" / "state";
-    } else {
-        return "";
-    }
-    return (state / "qvctl" / "history").string();
-}
-
-std::unique_ptr<LineInput> LineInput::ForStandardInput(RunLoop& loop, std::string_view prompt, Screen& screen) {
+std::unique_ptr<LineInput> LineInput::ForStandardInput(RunLoop& loop, std::string_view prompt,
+                                                       Screen& screen) {
     if (isatty(STDIN_FILENO) && isatty(STDOUT_FILENO) && screen.Escapes()) {
         return std::make_unique<EditedInput>(loop, prompt, screen);
     }

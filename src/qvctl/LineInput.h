@@ -16,7 +16,8 @@ namespace qv::ctl {
 // are read plainly.
 class LineInput {
 public:
-    static std::unique_ptr<LineInput> ForStandardInput(RunLoop& loop, std::string_view prompt, Screen& screen);
+    static std::unique_ptr<LineInput> ForStandardInput(RunLoop& loop, std::string_view prompt,
+                                                       Screen& screen);
     virtual ~LineInput() = default;
 
     // Each line, without its line end.
@@ -32,9 +33,5 @@ public:
     // The terminal changed its size.
     virtual void Resize() {}
 };
-
-// Where the history of the session mode is kept: qvctl/history under
-// XDG_STATE_HOME, or else under ~/.local/state; empty when neither is known.
-std::string HistoryPath();
 
 }  // namespace qv::ctl

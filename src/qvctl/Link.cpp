@@ -37,8 +37,7 @@ Loss Link::Diagnose() const {
 std::string LossMessage(Loss loss, const std::string& socketPath) {
     switch (loss) {
         case Loss::NotStarted:
-            return "qvctl: no assistant at " + socketPath +
-                   " (no socket file): start it with qvassistant\n";
+            return "qvctl: no assistant at " + socketPath + " (no socket file): start it with qvassistant\n";
         case Loss::NotListening:
             return "qvctl: nothing listens at " + socketPath +
                    ": the assistant has ended (it ends when its peer\nleaves); start it again\n";

@@ -32,140 +32,123 @@ std::optional<std::int64_t> ParseByteCount(std::string_view text) {
     return count;
 }
 
-std::optional<UsageError> NeedsPath(std::string_view name, std::string_view value) {
-    if (!value.empty()) return std::nullopt;
-    return UsageError{std::string(name) + " needs a path"};
+using Set = std::optional<UsageError>;
+
+// An option that turns on its flag.
+template <bool OptionReading::*flag>
+Set Switch(OptionReading& reading, std::string_view) {
+    reading.*flag = true;
+    return std::nullopt;
 }
 
-using Set = std::optional<UsageError>;
+// An option whose value is kept as it is.
+template <std::optional<std::string> Options::*field>
+Set Text(OptionReading& reading, std::string_view value) {
+    reading.options.*field = std::string(value);
+    return std::nullopt;
+}
 
 }  // namespace
 
 std::span<const OptionInfo> OptionTable() {
     static const std::string wait = SecondsText(kMaxWait);
     static const OptionInfo options[] = {
-    {"--socket", "", "PATH",
-     "The channel (default: $" + std::string(kSocketVariable) + " where it is set,\nelse " +
-         std::string(kDefaultSocketPath) + ").",
-     [](OptionReading& r, std::string_view value) -> Set {
-         if (auto error = NeedsPath("--socket", value)) return error;
-         r.options.socketPath = std::string(value);
-         return std::nullopt;
-     }},
-    {"--wait", "", "SECONDS",
-     "How long to wait, 0 to " + wait + ", fractions allowed:\n"
-     "  status, abort: at most this long for the reply\n"
-     "    (default " + SecondsText(kReplyWait) + "); qvctl ends as soon as it is in.\n"
-     "  get, headers, news: the same (default " + SecondsText(kFetchWait) + ", since the\n"
-     "    assistant gives up on a fetch after " + SecondsText(kAssistantFetchLimit) + ").\n"
-     "  show, hide: how long to stay connected (default " + SecondsText(kLinger) + ").\n"
-     "  send: how long to collect replies (default " + SecondsText(kReplyWait) + ").\n"
-     "  copy: at most this long for the end report\n"
-     "    (default: no limit).",
-     [](OptionReading& r, std::string_view value) -> Set {
-         r.options.wait = ParseSeconds(value);
-         if (r.options.wait) return std::nullopt;
-         return UsageError{"--wait takes seconds from 0 to " + wait + ", not '" + std::string(value) + "'"};
-     }},
-    {"--raw", "", "",
-     "Show every byte: CR as \\r, LF as \\n and a line break,\n"
-     "a backslash as \\\\, other control bytes as \\xHH.",
-     [](OptionReading& r, std::string_view) -> Set {
-         r.raw = true;
-         return std::nullopt;
-     }},
-    {"--json", "", "",
-     "One JSON object per reply, on one line:\n"
-     "  {\"fields\":[{\"name\":\"Response\",\"value\":\"Status\"},...],\n"
-     "   \"body\":\"<Base64>\"}\n"
-     "The fields are the lines up to the first empty line,\n"
-     "each cut at its first \": \" (a line without one is all\n"
-     "name, with an empty value); the body is everything\n"
-     "behind the empty line, \"\" when there is none.",
-     [](OptionReading& r, std::string_view) -> Set {
-         r.json = true;
-         return std::nullopt;
-     }},
-    {"--output", "", "FILE",
-     "The body goes to FILE (\"-\": standard\n"
-     "output), created or emptied first, as a shell\n"
-     "redirection would do. Not with --json.",
-     [](OptionReading& r, std::string_view value) -> Set {
-         if (auto error = NeedsPath("--output", value)) return error;
-         r.options.outputPath = std::string(value);
-         return std::nullopt;
-     },
-     "get headers news"},
-    {"--dump-header", "", "FILE",
-     "The reply's lines go to FILE (\"-\":\n"
-     "standard output), not to standard error (get,\n"
-     "news) or standard output (headers). Not with\n"
-     "--json.",
-     [](OptionReading& r, std::string_view value) -> Set {
-         if (auto error = NeedsPath("--dump-header", value)) return error;
-         r.options.headerPath = std::string(value);
-         return std::nullopt;
-     },
-     "get headers news"},
-    {"--date", "", "TEXT", "The form's key date (default empty).",
-     [](OptionReading& r, std::string_view value) -> Set {
-         r.options.date = std::string(value);
-         return std::nullopt;
-     },
-     "news"},
-    {"--goi", "", "TEXT", "The form's key goi (default empty).",
-     [](OptionReading& r, std::string_view value) -> Set {
-         r.options.goi = std::string(value);
-         return std::nullopt;
-     },
-     "news"},
-    {"--total", "", "BYTES", "The bytes the assistant's progress counts against\n(default SOURCE's size).",
-     [](OptionReading& r, std::string_view value) -> Set {
-         r.options.copy.total = ParseByteCount(value);
-         if (r.options.copy.total) return std::nullopt;
-         return UsageError{"--total takes a number of bytes, not '" + std::string(value) + "'"};
-     },
-     "copy"},
-    {"--md5", "", "TAG", "The tag that every report echoes (default \"" + std::string(kDefaultCopyTag) + "\").",
-     [](OptionReading& r, std::string_view value) -> Set {
-         r.options.copy.tag = std::string(value);
-         return std::nullopt;
-     },
-     "copy"},
-    {"--no-reset", "", "", "The assistant's byte count goes on from the copy\nbefore.",
-     [](OptionReading& r, std::string_view) -> Set {
-         r.options.copy.resetAmount = false;
-         return std::nullopt;
-     },
-     "copy"},
-    {"--quiet", "-q", "",
-     "Only the output proper and errors: no progress, no\n"
-     "notes, and the lines of get and news nowhere.",
-     [](OptionReading& r, std::string_view) -> Set {
-         r.quiet = true;
-         return std::nullopt;
-     }},
-    {"--verbose", "-v", "", "Also show each command's lines as they are sent.",
-     [](OptionReading& r, std::string_view) -> Set {
-         r.verbose = true;
-         return std::nullopt;
-     }},
-    {"--interactive", "-i", "", "The same as the command session.",
-     [](OptionReading& r, std::string_view) -> Set {
-         r.interactive = true;
-         return std::nullopt;
-     },
-     "session"},
-    {"--help", "-h", "", "This text, or with a command only that command's.",
-     [](OptionReading& r, std::string_view) -> Set {
-         r.options.help = true;
-         return std::nullopt;
-     }},
-    {"--version", "", "", "The version of qvctl.",
-     [](OptionReading& r, std::string_view) -> Set {
-         r.options.version = true;
-         return std::nullopt;
-     }},
+        {"--socket", "", "PATH",
+         "The channel (default: $" + std::string(kSocketVariable) + " where it is set,\nelse " +
+             std::string(kDefaultSocketPath) + ").",
+         Text<&Options::socketPath>},
+        {"--wait", "", "SECONDS",
+         "How long to wait, 0 to " + wait +
+             ", fractions allowed:\n"
+             "  status, abort: at most this long for the reply\n"
+             "    (default " +
+             SecondsText(kReplyWait) +
+             "); qvctl ends as soon as it is in.\n"
+             "  get, headers, news: the same (default " +
+             SecondsText(kFetchWait) +
+             ", since the\n"
+             "    assistant gives up on a fetch after " +
+             SecondsText(kAssistantFetchLimit) +
+             ").\n"
+             "  show, hide: how long to stay connected (default " +
+             SecondsText(kLinger) +
+             ").\n"
+             "  send: how long to collect replies (default " +
+             SecondsText(kReplyWait) +
+             ").\n"
+             "  copy: at most this long for the end report\n"
+             "    (default: no limit).",
+         [](OptionReading& r, std::string_view value) -> Set {
+             r.options.wait = ParseSeconds(value);
+             if (r.options.wait) return std::nullopt;
+             return UsageError{"--wait takes seconds from 0 to " + wait + ", not '" + std::string(value) +
+                               "'"};
+         }},
+        {"--raw", "", "",
+         "Show every byte: CR as \\r, LF as \\n and a line break,\n"
+         "a backslash as \\\\, other control bytes as \\xHH.",
+         Switch<&OptionReading::raw>},
+        {"--json", "", "",
+         "One JSON object per reply, on one line:\n"
+         "  {\"fields\":[{\"name\":\"Response\",\"value\":\"Status\"},...],\n"
+         "   \"body\":\"<Base64>\"}\n"
+         "The fields are the lines up to the first empty line,\n"
+         "each cut at its first \": \" (a line without one is all\n"
+         "name, with an empty value); the body is everything\n"
+         "behind the empty line, \"\" when there is none.",
+         Switch<&OptionReading::json>},
+        {"--output", "", "FILE",
+         "The body goes to FILE (\"-\": standard\n"
+         "output), created or emptied first, as a shell\n"
+         "redirection would do. Not with --json.",
+         Text<&Options::outputPath>, "get headers news"},
+        {"--dump-header", "", "FILE",
+         "The reply's lines go to FILE (\"-\":\n"
+         "standard output), not to standard error (get,\n"
+         "news) or standard output (headers). Not with\n"
+         "--json.",
+         Text<&Options::headerPath>, "get headers news"},
+        {"--date", "", "TEXT", "The form's key date (default empty).", Text<&Options::date>, "news"},
+        {"--goi", "", "TEXT", "The form's key goi (default empty).", Text<&Options::goi>, "news"},
+        {"--total", "", "BYTES",
+         "The bytes the assistant's progress counts against\n(default SOURCE's size).",
+         [](OptionReading& r, std::string_view value) -> Set {
+             r.options.copy.total = ParseByteCount(value);
+             if (r.options.copy.total) return std::nullopt;
+             return UsageError{"--total takes a number of bytes, not '" + std::string(value) + "'"};
+         },
+         "copy"},
+        {"--md5", "", "TAG",
+         "The tag that every report echoes (default \"" + std::string(kDefaultCopyTag) + "\").",
+         [](OptionReading& r, std::string_view value) -> Set {
+             r.options.copy.tag = std::string(value);
+             return std::nullopt;
+         },
+         "copy"},
+        {"--no-reset", "", "", "The assistant's byte count goes on from the copy\nbefore.",
+         [](OptionReading& r, std::string_view) -> Set {
+             r.options.copy.resetAmount = false;
+             return std::nullopt;
+         },
+         "copy"},
+        {"--quiet", "-q", "",
+         "Only the output proper and errors: no progress, no\n"
+         "notes, and the lines of get and news nowhere.",
+         Switch<&OptionReading::quiet>},
+        {"--verbose", "-v", "", "Also show each command's lines as they are sent.",
+         Switch<&OptionReading::verbose>},
+        {"--interactive", "-i", "", "The same as the command session.", Switch<&OptionReading::interactive>,
+         "session"},
+        {"--help", "-h", "", "This text, or with a command only that command's.",
+         [](OptionReading& r, std::string_view) -> Set {
+             r.options.help = true;
+             return std::nullopt;
+         }},
+        {"--version", "", "", "The version of qvctl.",
+         [](OptionReading& r, std::string_view) -> Set {
+             r.options.version = true;
+             return std::nullopt;
+         }},
     };
     return options;
 }

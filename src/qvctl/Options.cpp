@@ -55,8 +55,9 @@ std::optional<UsageError> CheckUrl(std::string_view url) {
     if (auto error = CheckLineValue("the URL", url)) return error;
     constexpr std::string_view kSecure = "https://";
     if (url.size() < kSecure.size() ||
-        !std::ranges::equal(url.substr(0, kSecure.size()), kSecure,
-                            [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == b; })) {
+        !std::ranges::equal(url.substr(0, kSecure.size()), kSecure, [](char a, char b) {
+            return std::tolower(static_cast<unsigned char>(a)) == b;
+        })) {
         return std::nullopt;
     }
     return UsageError{"the assistant speaks plain HTTP only and cannot fetch " + Quoted(url) +
@@ -166,6 +167,9 @@ std::variant<Options, UsageError> ParseOptions(std::span<const std::string_view>
             value = args[++i];
         } else {
             return UsageError{std::string(option->name) + " needs a value"};
+        }
+        if (value.empty() && (option->valueName == "PATH" || option->valueName == "FILE")) {
+            return UsageError{std::string(option->name) + " needs a path"};
         }
         if (auto error = option->apply(reading, value)) return *error;
         given.push_back(option);

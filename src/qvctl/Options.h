@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
@@ -9,7 +10,6 @@
 
 #include "foundation/Clock.h"
 #include "protocol/CommandText.h"
-#include "qvctl/CopyArguments.h"
 
 namespace qv::ctl {
 
@@ -17,6 +17,22 @@ inline constexpr std::string_view kDefaultSocketPath = "/tmp/qvipc";
 // Where a socket path is taken from when --socket does not give one, as
 // ssh-agent's clients take theirs from SSH_AUTH_SOCK.
 inline constexpr const char* kSocketVariable = "QVIPC_SOCKET";
+
+// What `qvctl copy SOURCE DEST_FOLDER DEST_PATH` was given.
+struct CopyArguments {
+    std::string source;
+    // The folder that DEST_PATH is below.
+    std::string destinationFolder;
+    // "a/b/c.txt": folders that the assistant makes where missing, then the file.
+    std::string destinationPath;
+    // --total: the bytes the progress counts against; SOURCE's size without it.
+    std::optional<std::int64_t> total = std::nullopt;
+    // --md5: the tag that every report of the copy echoes.
+    std::optional<std::string> tag = std::nullopt;
+    // False with --no-reset: the assistant's running total carries on from the
+    // copy before, as for the second file of a transfer of several.
+    bool resetAmount = true;
+};
 
 enum class Action { Status, Show, Hide, Abort, Send, Get, Headers, News, Copy, Session };
 
