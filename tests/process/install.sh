@@ -17,7 +17,7 @@ for dir in "$build" "$0"; do
 done
 prefix=$(mktemp -d /tmp/qvinstall.XXXXXX)
 "$cmake" --install "$build" --prefix "$prefix" >/dev/null
-for file in bin/qvassistant bin/qvctl share/man/man1/qvassistant.1 share/man/man1/qvctl.1; do
+for file in bin/qvassistant bin/qvctl share/man/man1/qvassistant.1.gz share/man/man1/qvctl.1.gz share/doc/qvassistant/copyright; do
   [ -f "$prefix/$file" ] || fail "not installed: $file"
 done
 # The completion offers the commands, each command's own options, and files where a path goes.
