@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <new>
 
 namespace qv {
 
@@ -18,15 +20,45 @@ std::size_t KeptRoomFor(std::size_t needed, std::size_t room) {
     return std::max(needed, std::min(room * 16, std::max(room * 2, kLargeRoom)));
 }
 
-// Room foreseen at once is bounded: a server may announce far more than it sends.
-constexpr std::size_t kMostForeseen = std::size_t{256} << 20;
-
 }  // namespace
+
+void ByteQueue::MakeRoom(std::string& storage, std::size_t needed, std::size_t wished) const {
+    if (needed <= storage.capacity()) return;
+    const auto make = [&](std::size_t capacity) {
+        if (makeRoom_) {
+            makeRoom_(storage, capacity);
+        } else {
+            storage.reserve(capacity);
+        }
+    };
+    const auto tryMake = [&](std::size_t capacity) {
+        try {
+            make(capacity);
+            return true;
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
+    };
+    // A step ahead that is too much for the heap falls back to a doubling, so
+    // that growth stays amortised, and then to the bytes themselves.
+    const std::size_t doubled = std::max(needed, storage.capacity() * 2);
+    if (wished > needed && tryMake(wished)) return;
+    if (doubled > needed && doubled < wished && tryMake(doubled)) return;
+    make(needed);
+}
 
 long ByteQueue::AppendFrom(int fd, std::size_t max) {
     const std::size_t before = data_.size();
-    if (keeping_ && before + max > data_.capacity())
-        data_.reserve(KeptRoomFor(before + max, data_.capacity()));
+    if (before + max > data_.capacity()) {
+        const std::size_t wished = keeping_ ? KeptRoomFor(before + max, data_.capacity())
+                                            : std::max(before + max, data_.capacity() * 2);
+        try {
+            MakeRoom(data_, before + max, wished);
+        } catch (const std::bad_alloc&) {
+            errno = ENOMEM;
+            return -1;
+        }
+    }
     data_.resize(before + max);
     const ssize_t got = read(fd, data_.data() + before, max);
     data_.resize(before + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
@@ -71,11 +103,11 @@ void ByteQueue::Clear() {
     keeping_ = false;
 }
 
-void ByteQueue::Keep(std::string storage, std::size_t expected) {
+void ByteQueue::Keep(std::string storage) {
     // What is unread moves to the front of the lent room; it is little, the
     // rest of a read that ended a header block.
     storage.clear();
-    storage.reserve(Size() + std::min(expected, kMostForeseen));
+    MakeRoom(storage, Size(), Size());
     storage.append(View());
     data_ = std::move(storage);
     head_ = 0;

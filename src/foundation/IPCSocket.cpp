@@ -1,5 +1,6 @@
 #include "foundation/IPCSocket.h"
 
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -14,6 +15,11 @@ namespace qv {
 
 namespace {
 
+// How often a listener that has no peer yet looks whether its file is still there.
+constexpr std::chrono::seconds kPathCheckPeriod(2);
+// How long a listener rests when not even the reserve can take a connection.
+constexpr std::chrono::seconds kOutOfDescriptorsPause(1);
+
 bool PeerIsThisUser(int fd) {
 #if defined(SO_PEERCRED)
     ucred peer{};
@@ -26,40 +32,84 @@ bool PeerIsThisUser(int fd) {
 #endif
 }
 
+Descriptor OpenReserve() {
+    return Descriptor(open("/dev/null", O_RDONLY | O_CLOEXEC));
+}
+
 }  // namespace
 
-IPCSocket::IPCSocket(RunLoop& loop) : SocketCore(loop) {}
+IPCSocket::IPCSocket(RunLoop& loop, std::string lockFolder) : SocketCore(loop), lockFolder_(std::move(lockFolder)) {}
 
 IPCSocket::~IPCSocket() = default;
 
 void IPCSocket::Listen() {
     Close();
-    auto claim = std::make_unique<SocketPathClaim>();
-    int listenFd = -1;
-    if (const std::int32_t error = claim->Claim(std::string(path_.Bytes()), listenFd)) {
+    auto claim = std::make_unique<SocketPathClaim>(lockFolder_);
+    if (const std::int32_t error = claim->Claim(std::string(path_.Bytes()), listener_)) {
         Fail(error);
         return;
     }
     claim_ = std::move(claim);
-    Adopt(listenFd, State::Listening);
+    reserve_ = OpenReserve();
+    peerTaken_ = false;
+    SetListening();
+    listenWatch_ = Loop().AddWatch(listener_.Get(), POLLIN, [this](short) { AcceptPending(); });
+    WatchPath();
+}
+
+void IPCSocket::OnClose() {
+    pathCheck_.Reset();
+    resumeListening_.Reset();
+    listenWatch_.Reset();
+    listener_.Reset();
+    reserve_.Reset();
+    claim_.reset();
 }
 
 void IPCSocket::AcceptPending() {
     for (;;) {
-        const int fd = accept4(Descriptor(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-        if (fd < 0) {
+        Descriptor connection(accept4(listener_.Get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+        if (!connection) {
             if (errno == EINTR || errno == ECONNABORTED) continue;
-            return;  // nothing waiting after all
-        }
-        if (!PeerIsThisUser(fd)) {
-            close(fd);
+            if (errno != EMFILE && errno != ENFILE) return;  // nothing waiting after all
+            if (!reserve_) {
+                PauseListening();
+                return;
+            }
+            reserve_.Reset();  // room for the one connection that is waiting
             continue;
         }
-        // The one peer: stop listening, so that any further peer is refused.
-        Adopt(fd, State::Connected);
-        MarkConnected();
-        return;
+        if (!peerTaken_ && PeerIsThisUser(connection.Get())) {
+            TakePeer(std::move(connection));
+        }  // else: closed unread, as the channel is taken or the peer not ours
+        if (!reserve_) reserve_ = OpenReserve();
     }
+}
+
+void IPCSocket::TakePeer(Descriptor connection) {
+    peerTaken_ = true;
+    pathCheck_.Reset();
+    Adopt(connection.Release(), State::Connected);
+    MarkConnected();
+}
+
+void IPCSocket::PauseListening() {
+    listenWatch_.SetEvents(0);
+    resumeListening_ = Loop().AddTimer(Loop().GetClock().Now() + kOutOfDescriptorsPause, [this] {
+        if (!reserve_) reserve_ = OpenReserve();
+        listenWatch_.SetEvents(POLLIN);
+    });
+}
+
+void IPCSocket::WatchPath() {
+    pathCheck_ = Loop().AddTimer(Loop().GetClock().Now() + kPathCheckPeriod, [this] {
+        if (claim_ && claim_->StillAtPath()) {
+            WatchPath();
+        } else {
+            OnClose();
+            Fail(SocketError::InvalidState);
+        }
+    });
 }
 
 void IPCSocket::Connect() {

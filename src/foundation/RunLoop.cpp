@@ -117,9 +117,7 @@ void RunLoop::RunOnce(std::optional<Duration> maxWait) {
         fds.push_back(pollfd{watch.fd, watch.events, 0});
         ids.push_back(id);
     }
-    waitStarted_ = clock_.Now();
     waitStep_->Wait(fds, TimeoutMs(maxWait));
-    waitEnded_ = clock_.Now();
     DeliverReady(fds, ids);
     FireDueTimers();
     RunPosted();

@@ -103,10 +103,6 @@ public:
     // next timer allows). With a manual clock a test passes a short bound.
     void RunOnce(std::optional<Duration> maxWait);
 
-    // True when the last pass was waiting at `time`, not running a handler: a
-    // repeating timer drops a tick that fell due while a handler ran.
-    bool WasWaitingAt(TimePoint time) const { return waitStarted_ <= time && time <= waitEnded_; }
-
     // Ends Run after the handler that asks, with the process's exit status.
     // It returns to its caller; the window's Quit is what never does.
     void Stop(int exitStatus);
@@ -145,8 +141,6 @@ private:
     // Posted calls in order; a cancelled one leaves its id's entry empty.
     std::map<std::uint64_t, Callback> posted_;
     std::uint64_t nextId_ = 1;
-    TimePoint waitStarted_{};
-    TimePoint waitEnded_{};
     bool stopping_ = false;
     int exitStatus_ = 0;
 };

@@ -126,6 +126,10 @@ void SocketCore::StartConnecting(int fd, const sockaddr* address, socklen_t leng
     }
 }
 
+void SocketCore::InputOutOfRoom() {
+    Fail(SocketError::OutOfResources);
+}
+
 void SocketCore::Fail(std::int32_t code) {
     CloseDescriptor();
     lastErrorCode_ = code;
@@ -149,9 +153,6 @@ void SocketCore::CloseDescriptor() {
 
 void SocketCore::Service(short revents) {
     switch (state_) {
-        case State::Listening:
-            if (revents & (POLLIN | POLLERR | POLLHUP)) AcceptPending();
-            break;
         case State::Connecting:
             if (revents & (POLLOUT | POLLERR | POLLHUP)) FinishConnect();
             break;
@@ -161,6 +162,7 @@ void SocketCore::Service(short revents) {
             break;
         case State::Closed:
         case State::Resolving:
+        case State::Listening:
             break;
     }
     DeliverPending();
@@ -196,6 +198,10 @@ void SocketCore::ReadInput() {
         }
         if (got < 0 && errno == EINTR) continue;
         if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) break;
+        if (got < 0 && errno == ENOMEM) {
+            InputOutOfRoom();
+            break;
+        }
         // The peer has closed, or the connection broke: what was read stays
         // buffered for DataAvailable, and Error follows it.
         Fail(got == 0 ? SocketError::LostConnection : SocketError::FromErrno(errno));
@@ -231,14 +237,13 @@ void SocketCore::FlushOutput() {
 
 short SocketCore::Interest() const {
     switch (state_) {
-        case State::Listening:
-            return POLLIN;
         case State::Connecting:
             return POLLOUT;
         case State::Connected:
             return static_cast<short>(POLLIN | (output_.IsEmpty() ? 0 : POLLOUT));
         case State::Closed:
         case State::Resolving:
+        case State::Listening:
             break;
     }
     return 0;
@@ -250,12 +255,12 @@ void SocketCore::UpdateInterest() {
 
 void SocketCore::ScheduleDelivery() {
     if (deliveryScheduled_) return;
-    deliveryScheduled_ = true;
     // Owned by this socket: it goes with it, so it never runs for a gone one.
     delivery_ = loop_.Post([this] {
         deliveryScheduled_ = false;
         DeliverPending();
     });
+    deliveryScheduled_ = true;
 }
 
 void SocketCore::DeliverPending() {

@@ -57,6 +57,9 @@ public:
     std::int32_t BytesAvailable() const;
     std::int32_t BytesLeftToSend() const;
 
+    // How the input buffer gets its room; see ByteQueue::SetRoomMaker.
+    void SetInputRoomMaker(ByteQueue::RoomMaker makeRoom) { input_.SetRoomMaker(std::move(makeRoom)); }
+
     String Read(std::int32_t count);
     String ReadAll();
     String Lookahead() const;
@@ -77,16 +80,19 @@ protected:
     // Marks the connection as made; the Connected event follows.
     void MarkConnected();
     void SetResolving() { state_ = State::Resolving; }
-    // Subclasses hook in here when the listening descriptor becomes readable.
-    virtual void AcceptPending() {}
+    // Listening happens on a descriptor of the subclass's own; this socket's
+    // descriptor comes with the peer.
+    void SetListening() { state_ = State::Listening; }
     // Subclasses drop their own in-progress work (a lookup, a listener) here.
     virtual void OnClose() {}
+    // No room can be had for the input that is arriving. By default the
+    // connection counts as lost for want of resources (Error, 108).
+    virtual void InputOutOfRoom();
     void CloseDescriptor();
-    int Descriptor() const { return fd_; }
     void ScheduleDelivery();
     // A body kept in the input buffer where it is read, and handed over whole
     // (see ByteQueue::Keep); kept bytes no longer count as available.
-    void KeepInput(std::string storage, std::size_t expected) { input_.Keep(std::move(storage), expected); }
+    void KeepInput(std::string storage) { input_.Keep(std::move(storage)); }
     std::string_view ClaimInput() { return input_.Claim(); }
     // What Lookahead would copy, valid until the next read or event.
     std::string_view BufferedInput() const { return input_.View(); }

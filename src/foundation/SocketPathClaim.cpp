@@ -1,14 +1,17 @@
 #include "foundation/SocketPathClaim.h"
 
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstddef>
 #include <cstring>
 #include <string_view>
+#include <vector>
 
 #include "foundation/SocketErrors.h"
 
@@ -16,33 +19,48 @@ namespace qv {
 
 namespace {
 
-// FNV-1a: a name too long for the abstract namespace is told by its hash.
+// FNV-1a: a file name too long to be part of the lock's name is told by its hash.
 std::uint64_t Hash(std::string_view text) {
     std::uint64_t hash = 14695981039346656037ull;
     for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ull;
     return hash;
 }
 
-// The token's abstract name (behind the leading NUL), or "" when the folder
-// cannot be looked at.
-std::string TokenName(const std::string& path) {
-    const std::size_t slash = path.rfind('/');
-    const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
-    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+// A real folder of this user, which this user can write into and nobody else can.
+bool IsPrivateFolder(const std::string& folder) {
     struct stat info {};
-    if (stat(folder.c_str(), &info) != 0) return std::string();
-    std::string token = "qvassistant:" + std::to_string(geteuid()) + ":" + std::to_string(info.st_dev) + ":" +
-                        std::to_string(info.st_ino) + ":";
-    constexpr std::size_t kRoom = sizeof(sockaddr_un::sun_path) - 1;
-    token += token.size() + name.size() <= kRoom ? name : std::to_string(Hash(name));
-    return token;
+    return !folder.empty() && lstat(folder.c_str(), &info) == 0 && S_ISDIR(info.st_mode) &&
+           info.st_uid == geteuid() && (info.st_mode & (S_IWGRP | S_IWOTH)) == 0 &&
+           access(folder.c_str(), W_OK) == 0;
+}
+
+std::string HomeFolder() {
+    std::vector<char> buffer(16384);
+    passwd entry{};
+    passwd* found = nullptr;
+    if (getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found) != 0 || !found || !found->pw_dir)
+        return std::string();
+    return found->pw_dir;
+}
+
+bool SameFile(const struct stat& a, const struct stat& b) {
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
 }  // namespace
 
+std::string SocketPathClaim::PrivateFolder() {
+    for (const std::string& folder : {"/run/user/" + std::to_string(geteuid()), HomeFolder()}) {
+        if (IsPrivateFolder(folder)) return folder;
+    }
+    return std::string();
+}
+
+SocketPathClaim::SocketPathClaim(std::string lockFolder) : lockFolder_(std::move(lockFolder)) {}
+
 SocketPathClaim::~SocketPathClaim() { Release(); }
 
-std::int32_t SocketPathClaim::Claim(const std::string& path, int& listenFd) {
+std::int32_t SocketPathClaim::Claim(const std::string& path, Descriptor& listener) {
     Release();
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -51,7 +69,7 @@ std::int32_t SocketPathClaim::Claim(const std::string& path, int& listenFd) {
     }
     std::memcpy(address.sun_path, path.data(), path.size());
 
-    if (const std::int32_t error = TakeToken(path)) return error;
+    if (const std::int32_t error = TakeLock(path)) return error;
 
     struct stat existing {};
     if (lstat(path.c_str(), &existing) == 0) {
@@ -59,23 +77,22 @@ std::int32_t SocketPathClaim::Claim(const std::string& path, int& listenFd) {
             Release();
             return SocketError::InvalidState;
         }
-        unlink(path.c_str());  // ours, and no live instance holds the token: stale
+        unlink(path.c_str());  // ours, and no live instance holds the lock: stale
     }
 
-    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (fd < 0) {
+    Descriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    if (!fd) {
         const std::int32_t error = SocketError::FromErrno(errno);
         Release();
         return error;
     }
     const mode_t previousMask = umask(0177);
-    const int bound = bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    const int bound = bind(fd.Get(), reinterpret_cast<const sockaddr*>(&address), sizeof address);
     const int bindError = errno;
     umask(previousMask);
     struct stat made {};
-    if (bound != 0 || lstat(path.c_str(), &made) != 0 || listen(fd, 4) != 0) {
+    if (bound != 0 || lstat(path.c_str(), &made) != 0 || listen(fd.Get(), 4) != 0) {
         const std::int32_t error = SocketError::FromErrno(bound != 0 ? bindError : errno);
-        close(fd);
         if (bound == 0) unlink(path.c_str());
         Release();
         return error;
@@ -84,35 +101,54 @@ std::int32_t SocketPathClaim::Claim(const std::string& path, int& listenFd) {
     bound_ = true;
     device_ = made.st_dev;
     inode_ = made.st_ino;
-    listenFd = fd;
+    listener = std::move(fd);
     return 0;
 }
 
-std::int32_t SocketPathClaim::TakeToken(const std::string& path) {
-    const std::string name = TokenName(path);
-    if (name.empty()) return SocketError::FromErrno(errno);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::memcpy(address.sun_path + 1, name.data(), name.size());
-    tokenFd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (tokenFd_ < 0) return SocketError::FromErrno(errno);
-    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
-    if (bind(tokenFd_, reinterpret_cast<const sockaddr*>(&address), length) != 0) {
-        const int error = errno;
-        Release();
-        return SocketError::FromErrno(error);  // EADDRINUSE: a live instance holds the path
+bool SocketPathClaim::StillAtPath() const {
+    struct stat now {};
+    return bound_ && lstat(path_.c_str(), &now) == 0 && now.st_dev == device_ && now.st_ino == inode_;
+}
+
+std::int32_t SocketPathClaim::TakeLock(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    struct stat info {};
+    if (stat(folder.c_str(), &info) != 0) return SocketError::FromErrno(errno);
+    const std::string shortName = name.size() <= 64 ? name : std::to_string(Hash(name));
+    lockPath_ = (lockFolder_.empty() ? folder : lockFolder_) + "/.qvassistant-" + std::to_string(info.st_dev) + "-" +
+                std::to_string(info.st_ino) + "-" + shortName + ".lock";
+    // An instance that ends removes the file before it lets the lock go, so a
+    // lock taken on a file that the path no longer names is taken again.
+    for (;;) {
+        Descriptor fd(open(lockPath_.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+        struct stat opened {};
+        if (!fd || fstat(fd.Get(), &opened) != 0) return SocketError::FromErrno(errno);
+        if (!S_ISREG(opened.st_mode) || opened.st_uid != geteuid()) return SocketError::InvalidState;
+        if (flock(fd.Get(), LOCK_EX | LOCK_NB) != 0) {
+            return errno == EWOULDBLOCK ? SocketError::AddressInUse : SocketError::FromErrno(errno);
+        }
+        struct stat named {};
+        if (lstat(lockPath_.c_str(), &named) == 0 && SameFile(named, opened)) {
+            lock_ = std::move(fd);
+            return 0;
+        }
     }
-    return 0;
 }
 
 void SocketPathClaim::Release() {
     if (bound_) {
-        struct stat now {};
-        if (lstat(path_.c_str(), &now) == 0 && now.st_dev == device_ && now.st_ino == inode_) unlink(path_.c_str());
+        if (StillAtPath()) unlink(path_.c_str());
         bound_ = false;
     }
-    if (tokenFd_ >= 0) close(tokenFd_);
-    tokenFd_ = -1;
+    if (lock_) {
+        struct stat named {};
+        struct stat held {};
+        if (lstat(lockPath_.c_str(), &named) == 0 && fstat(lock_.Get(), &held) == 0 && SameFile(named, held))
+            unlink(lockPath_.c_str());
+        lock_.Reset();
+    }
 }
 
 }  // namespace qv

@@ -8,6 +8,7 @@ Timer::Timer(RunLoop& loop) : loop_(loop) {}
 
 void Timer::SetMode(std::int32_t mode) {
     pending_.Reset();
+    restEnd_.Reset();
     mode_ = (mode == ModeSingle || mode == ModeMultiple) ? mode : ModeOff;
     if (mode_ != ModeOff) Schedule(loop_.GetClock().Now() + PeriodDuration());
 }
@@ -17,21 +18,44 @@ Duration Timer::PeriodDuration() const {
 }
 
 void Timer::Schedule(TimePoint due) {
-    pending_ = loop_.AddTimer(due, [this, due] { Fire(due); });
+    due_ = due;
+    pending_ = loop_.AddTimer(due, [this] { Fire(); });
 }
 
-void Timer::Fire(TimePoint due) {
+void Timer::RestAfterHandler() {
+    if (mode_ != ModeMultiple || restEnd_) return;
+    // Runs behind the handler that asks, in the same pass or the next.
+    restEnd_ = loop_.Post([this] { EndRest(); });
+}
+
+void Timer::EndRest() {
+    restEnd_.Reset();
+    const TimePoint now = loop_.GetClock().Now();
+    if (!pending_ || due_ <= now) Schedule(now + PeriodDuration());
+}
+
+void Timer::Fire() {
+    pending_.Reset();
+    if (restEnd_) return;  // skipped: EndRest schedules the next
     if (mode_ == ModeSingle) {
         mode_ = ModeOff;
-    } else if (!loop_.WasWaitingAt(due)) {
-        // The tick fell due while a handler ran (this timer's own, such as a
-        // copy, or any other): it is dropped, and the next one comes a full
-        // period after the handler returned, never right on its end.
-        Schedule(loop_.GetClock().Now() + PeriodDuration());
+        if (onAction) onAction();
         return;
-    } else {
-        Schedule(due + PeriodDuration());
     }
+    const TimePoint firedAt = loop_.GetClock().Now();
+    Schedule(firedAt + PeriodDuration());
+    // Also when the action throws: the timer keeps ticking, as it always has.
+    struct AfterAction {
+        Timer& timer;
+        const TimePoint scheduled;
+        ~AfterAction() {
+            // A tick that fell due while the action ran is skipped, unless the
+            // action itself set the timer anew.
+            const TimePoint now = timer.loop_.GetClock().Now();
+            if (timer.pending_ && timer.due_ == scheduled && scheduled <= now)
+                timer.Schedule(now + timer.PeriodDuration());
+        }
+    } afterAction{*this, due_};
     if (onAction) onAction();
 }
 

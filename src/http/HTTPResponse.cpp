@@ -1,4 +1,4 @@
-#include <algorithm>
+#include <new>
 
 #include "foundation/TextFunctions.h"
 #include "http/HTTPSocket.h"
@@ -91,8 +91,15 @@ void HTTPSocket::_HandleNewData() {
         if (!synchronous && events.HeadersReceived) events.HeadersReceived(_pageHeaders, _httpStatusCode);
         Read(static_cast<std::int32_t>(blockEnd.lineEnd->twice.size()));
         if (!_downloadStream && !SameText(_httpAction, "HEAD")) {
-            // The page grows where the socket reads it, in the room of the page before.
-            KeepInput(std::move(_spareRoom), static_cast<std::size_t>(std::max(_totalLength, 0)));
+            // The page grows where the socket reads it, in the room of the page
+            // before, by the bytes that come: a Content-length is only a claim.
+            try {
+                KeepInput(std::move(_spareRoom));
+            } catch (const std::bad_alloc&) {
+                InputOutOfRoom();
+                threadProtection = false;
+                return;
+            }
         }
         _ProcessData();
     }
@@ -155,6 +162,11 @@ void HTTPSocket::_ProcessPage() {
     } else if (events.PageReceived) {
         events.PageReceived(_processingURL, _httpStatusCode, _pageHeaders, _pageText);
     }
+}
+
+void HTTPSocket::InputOutOfRoom() {
+    Close();
+    Purge();
 }
 
 void HTTPSocket::SetError(std::int32_t code) {

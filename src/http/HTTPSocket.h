@@ -89,6 +89,12 @@ public:
     virtual Headers PageHeaders() const;
     virtual std::int32_t HTTPStatusCode() const { return _httpStatusCode; }
 
+protected:
+    // A body too large for memory: the connection goes, and what came of the
+    // body with it. The owner hears nothing, as from a server that stalled,
+    // and its watchdog ends the fetch; the next request starts afresh.
+    void InputOutOfRoom() override;
+
 private:
     // Requests.
     void _InitializeRequestHeaders();

@@ -155,6 +155,10 @@ private:
     String fetchReportOpening() const;
     // True while the channel to Quorvane stands.
     bool isChannelConnected() const;
+    // After a fetch has ended outside the dispatcher's tick: a tick that this
+    // handler made late is skipped, so the next command does not start right
+    // on the end of the fetch.
+    void restDispatcher();
     // The CopyFile branch of processCommand.
     void startCopy(const String& text);
     // The copy's data and reports, from copyFile, which sets and clears its flags.

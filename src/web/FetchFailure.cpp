@@ -15,6 +15,7 @@ void RSSDownloadWindow::RSSTCPSocket_Error(std::int32_t code) {
         if (SameText(CommandStr, "GetNews") || SameText(CommandStr, "GetHeadersURL") ||
             SameText(CommandStr, "GetPageURL")) {
             isCommandInProgress = false;
+            restDispatcher();
         }
     });
 }
@@ -28,6 +29,7 @@ void RSSDownloadWindow::SocketTimeoutTimer_Action() {
         if (!isChannelConnected()) Quit(0);
         RSSSendCommand(text, 1);
         isCommandInProgress = false;
+        restDispatcher();
     });
 }
 

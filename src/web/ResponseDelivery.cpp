@@ -50,12 +50,17 @@ void RSSDownloadWindow::sendPageToQuorvane(const HTTPSocket::Headers& headers, c
         if (!isChannelConnected()) Quit(0);  // the report has nobody to go to
         RSSSendCommand(report.Take(), -1);
         isCommandInProgress = false;
+        restDispatcher();
     });
 }
 
 String RSSDownloadWindow::fetchReportOpening() const {
     if (SameText(CommandStr, "GetNews")) return "Response: GetNews" + CRLF;
     return "Response: " + CommandStr + CRLF + "HTTPURL: " + InputURL + CRLF;
+}
+
+void RSSDownloadWindow::restDispatcher() {
+    ControlNamed<CommandDispatchTimer>("CommandDispatchTimer").RestAfterHandler();
 }
 
 bool RSSDownloadWindow::isChannelConnected() const {

@@ -43,6 +43,18 @@ TEST_F(ChannelScenarioTest, CommandsInOneReadStartAtSuccessiveTicksAndStatusHide
     EXPECT_EQ(window->CommandStr.Bytes(), "status");
 }
 
+TEST_F(ChannelScenarioTest, AStreamOfFramesThatNeverLetsTheLoopWaitDoesNotHoldTheDispatcherBack) {
+    peer->Send(Command({{"Command", "Status"}}));
+    Deliver();
+    while (window->CommandQueueItemArray.size() == 1 && clock.Now() < created + std::chrono::seconds(10)) {
+        peer->SendRaw("Start__End");
+        clock.Advance(std::chrono::milliseconds(100));  // the frames' handler takes the time: no wait between
+        loop.RunOnce(Duration::zero());
+    }
+    EXPECT_EQ(clock.Now() - created, std::chrono::milliseconds(2000)) << "the tick comes at the first pass after it fell due";
+    EXPECT_EQ(peer->Replies(), Replies{kStatusReport});
+}
+
 TEST_F(ChannelScenarioTest, CopyFileAbortOvertakesTheQueueOnlyDuringACopy) {
     peer->Send(Command({{"Command", "CopyFileAbort"}}));
     Deliver();

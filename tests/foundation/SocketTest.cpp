@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <memory>
@@ -28,7 +30,8 @@ using Events = std::vector<std::string>;
 // still readable then.
 template <class Socket>
 struct Recording {
-    explicit Recording(RunLoop& loop) : socket(loop) {
+    template <class... Arguments>
+    explicit Recording(RunLoop& loop, Arguments&&... arguments) : socket(loop, std::forward<Arguments>(arguments)...) {
         socket.onConnected = [this] { events.push_back("connected"); };
         socket.onDataAvailable = [this] { events.push_back("data"); };
         socket.onError = [this] {
@@ -41,6 +44,13 @@ struct Recording {
     Socket socket;
     Events events;
 };
+
+// True once the other end has closed: end of stream, or a reset for bytes it left unread.
+bool ClosedByItsPeer(int fd) {
+    char byte;
+    const ssize_t n = recv(fd, &byte, 1, MSG_DONTWAIT);
+    return n == 0 || (n < 0 && errno == ECONNRESET);
+}
 
 class SocketTest : public ::testing::Test {
 protected:
@@ -160,16 +170,21 @@ TEST_F(SocketTest, PollDeliversOnlyItsOwnSocketsEventsAndALargeWriteArrivesWhole
 }
 
 TEST_F(SocketTest, TheLocalListenerTakesOnePeerWhoseDepartureOrDeafnessIsAnError) {
-    Recording<IPCSocket> s(loop);
+    Recording<IPCSocket> s(loop, dir.Path());
     int peer = Listen(s);
-    EXPECT_EQ(test::ConnectLocal(dir.File("channel")), -1) << "a further peer is refused";
+    // A further peer gets in, and is closed at once, unread.
+    const int further = test::ConnectLocal(dir.File("channel"));
+    ASSERT_GE(further, 0);
+    test::WriteAll(further, "Start__End");
+    EXPECT_TRUE(test::RunUntil(loop, [&] { return ClosedByItsPeer(further); }));
+    close(further);
     test::WriteAll(peer, std::string("Start_\0\xff_End", 12));
     close(peer);
     ASSERT_TRUE(test::RunUntil(loop, [&] { return s.Saw("error"); }));
     EXPECT_EQ(s.events, (Events{"connected", "data", "error 102 " + std::string("Start_\0\xff_End", 12)}));
 
     // A peer that stops reading: the next write fails, after its last bytes.
-    Recording<IPCSocket> deaf(loop);
+    Recording<IPCSocket> deaf(loop, dir.Path());
     peer = Listen(deaf, "deaf");
     test::WriteAll(peer, "last words");
     ASSERT_EQ(shutdown(peer, SHUT_RD), 0);
@@ -180,11 +195,63 @@ TEST_F(SocketTest, TheLocalListenerTakesOnePeerWhoseDepartureOrDeafnessIsAnError
 
     // A path that cannot be taken fails from the loop, not inside Listen.
     ASSERT_EQ(mkdir(dir.File("folder").c_str(), 0700), 0);
-    Recording<IPCSocket> refused(loop);
+    Recording<IPCSocket> refused(loop, dir.Path());
     Listen(refused, "folder", false);
     EXPECT_TRUE(refused.events.empty());
     loop.RunOnce(milliseconds(0));
     EXPECT_EQ(refused.events, Events{"error 106 "});
+}
+
+// The lowest descriptor number free now; every lower one is taken.
+int LowestFreeDescriptor() {
+    const int probe = dup(0);
+    close(probe);
+    return probe;
+}
+
+// Lowers the soft descriptor limit to `limit` while it lives.
+class DescriptorLimit {
+public:
+    explicit DescriptorLimit(rlim_t limit) {
+        getrlimit(RLIMIT_NOFILE, &saved_);
+        rlimit lowered = saved_;
+        lowered.rlim_cur = limit;
+        setrlimit(RLIMIT_NOFILE, &lowered);
+    }
+    ~DescriptorLimit() { setrlimit(RLIMIT_NOFILE, &saved_); }
+
+private:
+    rlimit saved_{};
+};
+
+TEST_F(SocketTest, OutOfDescriptorsTheListenerTakesThePeerWithItsReserveThenRestsInsteadOfSpinning) {
+    Recording<IPCSocket> s(loop, dir.Path());
+    Listen(s, "channel", false);
+    const int peer = test::ConnectLocal(dir.File("channel"));
+    const int further = test::ConnectLocal(dir.File("channel"));
+    {
+        DescriptorLimit atTheEdge(LowestFreeDescriptor());
+        ASSERT_TRUE(test::RunUntil(loop, [&] { return s.Saw("connected"); })) << "the reserve takes the peer";
+        loop.RunOnce(milliseconds(20));
+        EXPECT_FALSE(ClosedByItsPeer(further)) << "no room is left for the next one";
+    }
+    test::AdvanceBy(loop, clock, std::chrono::seconds(1));
+    EXPECT_TRUE(test::RunUntil(loop, [&] { return ClosedByItsPeer(further); })) << "taken and closed once there is room";
+    EXPECT_EQ(s.events, Events{"connected"});
+    close(further);
+    close(peer);
+}
+
+TEST_F(SocketTest, ADeletedSocketFileEndsAListenerThatHasNoPeerButNotOneThatHas) {
+    Recording<IPCSocket> lonely(loop, dir.Path()), served(loop, dir.Path());
+    Listen(lonely, "lonely", false);
+    const int peer = Listen(served, "served");
+    std::filesystem::remove(dir.File("lonely"));
+    std::filesystem::remove(dir.File("served"));
+    test::AdvanceBy(loop, clock, std::chrono::seconds(5));
+    EXPECT_EQ(lonely.events, Events{"error 106 "});
+    EXPECT_EQ(served.events, Events{"connected"});
+    close(peer);
 }
 
 namespace fs = std::filesystem;
@@ -195,37 +262,40 @@ ino_t Inode(const std::string& path) {
 }
 
 TEST(SocketPathClaimTest, ALiveClaimKeepsOthersOutLeavesNoFileBehindAndNamesOnlyItsFolder) {
-    test::TempDir dir, otherFolder;
+    test::TempDir dir, otherFolder, locks;
     const std::string path = dir.File("qvipc");
-    // A socket file left behind, as by a process that died, is taken over.
+    // A socket file left behind, as by a process that died, is taken over, and
+    // so is its lock file: the lock, not the file, tells liveness.
     const int stale = socket(AF_UNIX, SOCK_STREAM, 0);
     sockaddr_un address{AF_UNIX, {}};
     std::strcpy(address.sun_path, path.c_str());
     ASSERT_EQ(bind(stale, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
     close(stale);
-    int listenFd = -1, secondFd = -1, otherFd = -1;
     {
-        SocketPathClaim first, elsewhere;
-        ASSERT_EQ(first.Claim(path, listenFd), 0);
+        Descriptor listener, second, other;
+        SocketPathClaim first(locks.Path()), elsewhere(locks.Path());
+        ASSERT_EQ(first.Claim(path, listener), 0);
         EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_read | fs::perms::owner_write);
         const ino_t live = Inode(path);
-        EXPECT_EQ(SocketPathClaim().Claim(path, secondFd), 105);
-        EXPECT_EQ(secondFd, -1);
+        EXPECT_EQ(SocketPathClaim(locks.Path()).Claim(path, second), 105);
+        EXPECT_FALSE(second);
         EXPECT_EQ(Inode(path), live) << "the live socket is untouched";
         EXPECT_EQ(std::distance(fs::directory_iterator(dir.Path()), {}), 1) << "the socket alone";
-        EXPECT_EQ(elsewhere.Claim(otherFolder.File("qvipc"), otherFd), 0) << "the same name elsewhere is another channel";
+        EXPECT_EQ(elsewhere.Claim(otherFolder.File("qvipc"), other), 0) << "the same name elsewhere is another channel";
         const int peer = test::ConnectLocal(path);
         EXPECT_GE(peer, 0);
-        for (const int fd : {peer, listenFd, otherFd}) close(fd);
+        close(peer);
+        EXPECT_TRUE(first.StillAtPath());
     }
-    EXPECT_TRUE(fs::is_empty(dir.Path()) && fs::is_empty(otherFolder.Path()));
+    EXPECT_TRUE(fs::is_empty(dir.Path()) && fs::is_empty(otherFolder.Path()) && fs::is_empty(locks.Path()));
     {
-        SocketPathClaim claim;  // at the end the file goes only if it is still the one made here
-        ASSERT_EQ(claim.Claim(path, listenFd), 0);
+        Descriptor listener;
+        SocketPathClaim claim(locks.Path());  // at the end the file goes only if it is still the one made here
+        ASSERT_EQ(claim.Claim(path, listener), 0);
         fs::remove(path);
         test::WriteFile(path, "not ours");
+        EXPECT_FALSE(claim.StillAtPath());
     }
-    close(listenFd);
     EXPECT_TRUE(fs::exists(path));
 
     // What is not our socket is left as it is.
@@ -234,8 +304,8 @@ TEST(SocketPathClaimTest, ALiveClaimKeepsOthersOutLeavesNoFileBehindAndNamesOnly
     fs::create_directory(dir.File("folder"));
     for (const char* name : {"qvipc", "link", "folder"}) {
         const ino_t before = Inode(dir.File(name));
-        int fd = -1;
-        EXPECT_EQ(SocketPathClaim().Claim(dir.File(name), fd), 106) << name;
+        Descriptor listener;
+        EXPECT_EQ(SocketPathClaim(locks.Path()).Claim(dir.File(name), listener), 106) << name;
         EXPECT_EQ(Inode(dir.File(name)), before) << name;
     }
     EXPECT_EQ(fs::file_size(path), 8u);

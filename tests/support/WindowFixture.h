@@ -34,7 +34,7 @@ protected:
 
     ManualClock clock;
     RunLoop loop{clock};
-    const TimePoint created = clock.Now();
+    TimePoint created = clock.Now();  // where the dispatcher's beat starts
     TempDir dir;
     std::string channelPath = dir.File("qvipc");
     HeadlessView view;

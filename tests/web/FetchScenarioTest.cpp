@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <new>
+#include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "support/WindowFixture.h"
@@ -46,6 +49,11 @@ protected:
     std::string Opening(const std::string& command, const std::string& url) const {
         return "Response: " + command + "\r\nHTTPURL: " + url + "\r\n";
     }
+    // A fetch has just ended outside a tick: the dispatcher's beat runs from here.
+    void RestartBeat() {
+        created = clock.Now();
+        ticks = 0;
+    }
     bool WatchdogOn() const { return window->ControlNamed<Timer>("SocketTimeoutTimer").Mode() != 0; }
 
     int ticks = 0;
@@ -78,6 +86,82 @@ TEST_F(FetchScenarioTest, PagesHeadersAndNewsAreReportedByteForByteAndFreeTheQue
     // A server that closes before any header gives a page too.
     Start(Command({{"Command", "GetPageURL"}, {"GetPageURL", server.Url()}}));
     EXPECT_EQ(Answer(""), Replies{Opening("GetPageURL", server.Url()) + "HTTPStatus: \r\nHTTPError: 0\r\n\r\n"});
+}
+
+TEST_F(FetchScenarioTest, TheNextCommandNeverStartsRightOnTheEndOfAFetch) {
+    // A fetch that ends in a handler which runs ahead of the tick that has just
+    // fallen due: that tick is skipped, and the Status behind the fetch starts
+    // one whole period after the fetch ended.
+    int wake[2];
+    ASSERT_EQ(pipe(wake), 0);
+    RunLoop::Watch socketError = loop.AddWatch(wake[0], POLLIN, [&](short) {
+        char byte;
+        EXPECT_EQ(read(wake[0], &byte, 1), 1);
+        window->RSSTCPSocket_Error(102);
+    });
+    for (const std::string end : {"page", "error", "watchdog"}) {
+        SCOPED_TRACE(end);
+        Start(Command({{"Command", "GetPageURL"}, {"GetPageURL", server.Url()}}));
+        const TimePoint started = clock.Now();
+        peer->Send(Command({{"Command", "Status"}}));
+        Deliver();
+        const int fd = Accept();
+        TimePoint endedAt = started + std::chrono::milliseconds(2010);
+        if (end == "page") {
+            test::WriteAll(fd, "HTTP/1.0 200 OK\r\n\r\npage");
+            close(fd);
+        } else if (end == "error") {
+            ASSERT_EQ(write(wake[1], "x", 1), 1);
+        } else {
+            test::AdvanceTo(loop, clock, started + seconds(58));
+            endedAt = started + seconds(60) + std::chrono::milliseconds(10);
+        }
+        clock.Set(endedAt);
+        ASSERT_TRUE(test::RunUntil(loop, [&] { return !window->isCommandInProgress; }));
+        EXPECT_EQ(peer->Replies().size(), 1u);
+        test::AdvanceTo(loop, clock, endedAt + std::chrono::milliseconds(1999));
+        EXPECT_TRUE(peer->Replies().empty()) << "a Status right on the end of the fetch";
+        test::AdvanceTo(loop, clock, endedAt + std::chrono::milliseconds(2000));
+        EXPECT_EQ(peer->Replies(), Replies{"Response: Status\r\nStatus: Ready\r\nHTTPError: \r\n"});
+        if (end != "page") close(fd);
+        RestartBeat();
+    }
+    close(wake[0]);
+    close(wake[1]);
+}
+
+TEST_F(FetchScenarioTest, AnAnnouncedSizeIsOnlyAClaimAndABodyTooLargeForMemoryEndsLikeAStalledServer) {
+    // A heap with room for 1 MiB of page and no more.
+    window->ControlNamed<Window::RSSTCPSocket>("RSSTCPSocket").SetInputRoomMaker([](std::string& storage, std::size_t capacity) {
+        if (capacity > (std::size_t{1} << 20)) throw std::bad_alloc();
+        storage.reserve(capacity);
+    });
+    const std::string announced = "HTTP/1.0 200 OK\r\nContent-Length: 2000000000\r\n\r\n";
+    Start(Command({{"Command", "GetPageURL"}, {"GetPageURL", server.Url()}}));
+    EXPECT_EQ(Answer(announced + "abc"), Replies{Opening("GetPageURL", server.Url()) +
+                                                 "HTTPStatus: 200\r\nHTTPError: 0\r\nContent-Length: 2000000000\r\n\r\nabc"});
+
+    Start(Command({{"Command", "GetPageURL"}, {"GetPageURL", server.Url("/huge")}}));
+    const TimePoint started = clock.Now();
+    const int fd = Accept();
+    std::thread sender([fd] {
+        try {
+            test::WriteAll(fd, "HTTP/1.0 200 OK\r\n\r\n" + std::string(std::size_t{3} << 20, 'x'));
+        } catch (const std::runtime_error&) {
+        }  // the assistant closed the connection: the write fails
+    });
+    auto& socket = window->ControlNamed<Window::RSSTCPSocket>("RSSTCPSocket");
+    EXPECT_TRUE(test::RunUntil(loop, [&] { return !socket.IsConnected() && socket.BytesAvailable() == 0; }));
+    sender.join();
+    close(fd);
+    test::AdvanceTo(loop, clock, started + seconds(60));
+    EXPECT_EQ(peer->Replies(), Replies{Opening("GetPageURL", server.Url("/huge")) + "HTTPError: 1\r\n"});
+    RestartBeat();
+
+    Start(Command({{"Command", "GetPageURL"}, {"GetPageURL", server.Url()}}));
+    EXPECT_EQ(Answer("HTTP/1.0 200 OK\r\n\r\nsmall"),
+              Replies{Opening("GetPageURL", server.Url()) + "HTTPStatus: 200\r\nHTTPError: 0\r\n\r\nsmall"})
+        << "the socket hears data again";
 }
 
 TEST_F(FetchScenarioTest, AnEmptyAddressIsAnsweredByNothingAndFreesTheQueueAtOnce) {
