@@ -28,9 +28,11 @@ complete_words() { COMP_WORDS=(qvctl "$@"); COMP_CWORD=$#; _qvctl; echo "${COMPR
 [ "$(complete_words help co)" = "copy" ] && [ -z "$(complete_words status --t)" ] || fail "help's or status's words"
 [ "$(complete_words copy "$prefix/b")" = "$prefix/bin" ] || fail "files: $(complete_words copy "$prefix/b")"
 [ "$(timeout 10 "$prefix/bin/qvassistant" --version)" = "qvassistant $version" ] || fail "qvassistant --version"
-[ ! -e /tmp/qvipc ] || fail "--version started the assistant"
+[ "$(timeout 10 "$prefix/bin/qvassistant" --help | head -n 1)" = "Usage: qvassistant [--help | --version]" ] ||
+  fail "qvassistant --help"
+[ ! -e /tmp/qvipc ] || fail "--version or --help started the assistant"
 
-# Headless; any arguments but a lone --version are ignored, so it starts.
+# Headless; any arguments but a lone --help or --version are ignored, so it starts.
 DISPLAY= "$prefix/bin/qvassistant" --version --from-quorvane & pid=$!
 trap 'kill -9 $pid 2>/dev/null || true' EXIT
 wait_for '[ -S /tmp/qvipc ]' "no socket at /tmp/qvipc"

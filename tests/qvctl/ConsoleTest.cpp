@@ -1,10 +1,6 @@
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <chrono>
-#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <sstream>
@@ -217,37 +213,6 @@ TEST(QvctlConsoleTest, ASessionRunsItsLinesInOrderAndEndsOnceTheirRepliesAreIn) 
     EXPECT_EQ(rig.error.str(), "qvctl: unknown command 'bogus'\nqvctl: copy needs SOURCE DEST_FOLDER DEST_PATH\n"
                                "qvctl: a session has its one connection already\n"
                                "qvctl: queued behind the copy; the assistant runs it once the copy has ended\n");
-}
-
-// A listener at `path` that closes each connection unread, as a busy assistant does.
-TEST(QvctlConsoleTest, ALostLinkSaysWhetherTheAssistantWasNeverThereHasEndedOrIsBusy) {
-    test::TempDir dir;
-    const std::string path = dir.File("qvipc");
-    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
-    ManualClock clock;
-    RunLoop loop(clock);
-    const auto lossOf = [&](const std::function<void()>& meanwhile) {
-        std::optional<Loss> loss;
-        Link link(loop, path);
-        link.onLost = [&](Loss l) { loss = l; };
-        link.Connect();
-        EXPECT_TRUE(test::RunUntil(loop, [&] { meanwhile(); return loss.has_value(); }));
-        return loss;
-    };
-    EXPECT_EQ(lossOf([] {}), Loss::NotStarted);
-    ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    EXPECT_EQ(lossOf([] {}), Loss::NotListening) << "a socket file that nothing listens on";
-    ASSERT_EQ(listen(fd, 4), 0);
-    const auto closeUnread = [&] { if (const int peer = accept(fd, nullptr, nullptr); peer >= 0) close(peer); };
-    EXPECT_EQ(lossOf(closeUnread), Loss::Busy);
-    const auto answerAndClose = [&] {
-        if (const int peer = accept(fd, nullptr, nullptr); peer >= 0) test::WriteAll(peer, Frame(kStatus)), close(peer);
-    };
-    EXPECT_EQ(lossOf(answerAndClose), Loss::WentAway);
-    close(fd);
 }
 
 }  // namespace

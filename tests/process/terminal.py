@@ -1,0 +1,107 @@
+"""The terminal cases of terminal.sh; arguments: qvassistant, qvctl, completion."""
+import fcntl, os, pty, select, signal, struct, subprocess, sys, termios, time
+
+assistant, qvctl, completion = sys.argv[1:4]
+os.makedirs("/tmp/w/sub")
+open("/tmp/w/a file.bin", "w").close()
+subprocess.run(["truncate", "-s", "8G", "/tmp/w/big.bin"], check=True)
+copy = "copy /tmp/w/big.bin /tmp/w out.bin"
+
+
+def fail(what, output=b""):
+    sys.exit(f"FAILED: {what}: {output!r}")
+
+
+class Terminal:
+    """A program on a pseudo-terminal of its own, with a fresh assistant unless told otherwise."""
+
+    def __init__(self, argv, columns=80, fresh_assistant=True, **env):
+        if fresh_assistant:
+            subprocess.Popen([assistant], stderr=subprocess.DEVNULL)
+            while not os.path.exists("/tmp/qvipc"):
+                time.sleep(0.05)
+        self.pid, self.fd = pty.fork()
+        if self.pid == 0:
+            os.chdir("/tmp/w")
+            os.execve(argv[0], argv, {"PATH": os.environ["PATH"], "HOME": "/tmp", "TERM": "xterm",
+                                      "XDG_STATE_HOME": "/tmp/state", **env})
+        self.resize(columns)
+        self.pending = b""
+
+    def resize(self, columns):
+        fcntl.ioctl(self.fd, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
+
+    def type(self, keys, then):
+        """Types `keys`, and gives what comes up to and with `then`; the rest waits."""
+        os.write(self.fd, keys)
+        output, end = self.pending, time.time() + 10
+        while then not in output:
+            if time.time() > end or not select.select([self.fd], [], [], end - time.time())[0]:
+                fail(f"no {then!r}", output)
+            try:
+                output += os.read(self.fd, 65536)
+            except OSError:
+                fail(f"ended before {then!r}", output)
+        cut = output.index(then) + len(then)
+        output, self.pending = output[:cut], output[cut:]
+        return output
+
+    def end(self):
+        """The exit status, and what is left unread."""
+        status = os.waitpid(self.pid, 0)[1]
+        try:
+            return status, self.pending + os.read(self.fd, 65536)
+        except OSError:  # no writer left, and nothing unread
+            return status, self.pending
+
+
+# A session: Ctrl-C clears the line and no more; a copy's bar is drawn above the
+# prompt; a command typed meanwhile is said to wait behind it; the abort's
+# status is the session's; no prompt after quit.
+session = Terminal([qvctl, "session"])
+session.type(b"", b"qvctl> ")
+session.type(b"stat", b"stat")
+session.type(b"\x03", b"^C\r\nqvctl> ")
+session.type(b"status\r", b"Status: Ready\r\n")
+session.type(copy.encode() + b"\r", b"\x1b[A\r[")
+session.type(b"status\r", b"qvctl: queued behind the copy")
+output = session.type(b"\x03", b"Aborted after")
+session.type(b"", b"Status: Ready\r\n")
+session.type(b"quit\r", b"quit\r\n")
+if b"Response: CopyFile" in output or session.end() != (6 << 8, b""):
+    fail("raw reports on a terminal, or the session's end", output)
+
+# The history of the session before; Ctrl-D leaves.
+session = Terminal([qvctl, "session"])
+session.type(b"", b"qvctl> ")
+session.type(b"\x1b[A", b"quit")
+session.type(b"\x15\x04", b"\n")
+if session.end()[0] != 0:
+    fail("second session")
+
+# A one-shot copy's bar fits a narrowed terminal at once; SIGTERM aborts.
+one = Terminal([qvctl] + copy.split(), columns=100)
+one.type(b"", b"left\x1b[K")
+one.resize(30)
+line = one.type(b"", b"\x1b[K").split(b"\r")[-1]
+os.kill(one.pid, signal.SIGTERM)
+one.type(b"", b"Aborted after")
+if len(line) - 3 >= 30 or one.end()[0] != 6 << 8 or os.path.exists("/tmp/w/out.bin"):
+    fail("not narrowed, or SIGTERM did not abort", line)
+
+# TERM=dumb: no escape codes; a second Ctrl-C leaves the partial file, and says so.
+one = Terminal([qvctl] + copy.split(), TERM="dumb")
+output = one.type(b"", b"% ") + one.type(b"\x03", b"aborting the copy") + one.type(b"\x03", b"stays")
+if b"\x1b" in output or b"the partial file /tmp/w/out.bin stays" not in output:
+    fail("dumb terminal or second Ctrl-C", output)
+if not os.WIFSIGNALED(one.end()[0]):
+    fail("second Ctrl-C: not ended by its signal")
+
+# Completion: a name with a blank is one word; a folder ends in a slash.
+shell = Terminal(["/bin/bash", "--norc", "--noprofile", "-i"], fresh_assistant=False, PS1="$ ")
+shell.type(f"source {completion}\r".encode(), b"$ ")
+shell.type(b"qvctl copy a\t", b"qvctl copy a\\ file.bin ")
+shell.type(b"\x15qvctl copy x s\t", b"qvctl copy x sub/")
+shell.type(b"\x15exit\r", b"exit")
+shell.end()
+print("terminal tests passed")
