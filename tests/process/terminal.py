@@ -8,10 +8,6 @@ subprocess.run(["truncate", "-s", "8G", "/tmp/w/big.bin"], check=True)
 copy = "copy /tmp/w/big.bin /tmp/w out.bin"
 
 
-def fail(what, output=b""):
-    sys.exit(f"FAILED: {what}: {output!r}")
-
-
 class Terminal:
     """A program on a pseudo-terminal of its own, with a fresh assistant unless told otherwise."""
 
@@ -37,11 +33,11 @@ class Terminal:
         output, end = self.pending, time.time() + 10
         while then not in output:
             if time.time() > end or not select.select([self.fd], [], [], end - time.time())[0]:
-                fail(f"no {then!r}", output)
+                sys.exit(f"FAILED: no {then!r} in {output!r}")
             try:
                 output += os.read(self.fd, 65536)
             except OSError:
-                fail(f"ended before {then!r}", output)
+                sys.exit(f"FAILED: ended before {then!r}: {output!r}")
         cut = output.index(then) + len(then)
         output, self.pending = output[:cut], output[cut:]
         return output
@@ -68,16 +64,14 @@ session.type(b"status\r", b"qvctl: queued behind the copy")
 output = session.type(b"\x03", b"Aborted after")
 session.type(b"", b"Status: Ready\r\n")
 session.type(b"quit\r", b"quit\r\n")
-if b"Response: CopyFile" in output or session.end() != (6 << 8, b""):
-    fail("raw reports on a terminal, or the session's end", output)
+assert b"Response: CopyFile" not in output and session.end() == (6 << 8, b""), "raw reports, or the session's end"
 
 # The history of the session before; Ctrl-D leaves.
 session = Terminal([qvctl, "session"])
 session.type(b"", b"qvctl> ")
 session.type(b"\x1b[A", b"quit")
 session.type(b"\x15\x04", b"\n")
-if session.end()[0] != 0:
-    fail("second session")
+assert session.end()[0] == 0, "the second session's end"
 
 # A one-shot copy's bar fits a narrowed terminal at once; SIGTERM aborts.
 one = Terminal([qvctl] + copy.split(), columns=100)
@@ -86,16 +80,14 @@ one.resize(30)
 line = one.type(b"", b"\x1b[K").split(b"\r")[-1]
 os.kill(one.pid, signal.SIGTERM)
 one.type(b"", b"Aborted after")
-if len(line) - 3 >= 30 or one.end()[0] != 6 << 8 or os.path.exists("/tmp/w/out.bin"):
-    fail("not narrowed, or SIGTERM did not abort", line)
+assert len(line) - 3 < 30, f"not narrowed: {line!r}"
+assert one.end()[0] == 6 << 8 and not os.path.exists("/tmp/w/out.bin"), "SIGTERM did not abort"
 
 # TERM=dumb: no escape codes; a second Ctrl-C leaves the partial file, and says so.
 one = Terminal([qvctl] + copy.split(), TERM="dumb")
 output = one.type(b"", b"% ") + one.type(b"\x03", b"aborting the copy") + one.type(b"\x03", b"stays")
-if b"\x1b" in output or b"the partial file /tmp/w/out.bin stays" not in output:
-    fail("dumb terminal or second Ctrl-C", output)
-if not os.WIFSIGNALED(one.end()[0]):
-    fail("second Ctrl-C: not ended by its signal")
+assert b"\x1b" not in output and b"the partial file /tmp/w/out.bin stays" in output, output
+assert os.WIFSIGNALED(one.end()[0]), "a second Ctrl-C ends qvctl by its signal"
 
 # Completion: a name with a blank is one word; a folder ends in a slash.
 shell = Terminal(["/bin/bash", "--norc", "--noprofile", "-i"], fresh_assistant=False, PS1="$ ")

@@ -81,8 +81,6 @@ TEST(QvctlOptionsTest, CommandsTakeTheirOperandsAndOptionsStandAnywhereInEitherF
     EXPECT_EQ(ChannelPath(ParseOk({"session"}), "/env"), "/env");
     EXPECT_EQ(ChannelPath(ParseOk({"session"}), ""), "/tmp/qvipc");
     EXPECT_EQ(ChannelPath(ParseOk({"session"}), nullptr), "/tmp/qvipc");
-    for (const Action action : {Action::Get, Action::Headers, Action::News}) EXPECT_TRUE(IsFetch(action));
-    for (const Action action : {Action::Status, Action::Abort, Action::Send, Action::Copy}) EXPECT_FALSE(IsFetch(action));
 }
 
 TEST(QvctlOptionsTest, BadArgumentsAreUsageErrors) {
