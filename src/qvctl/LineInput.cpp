@@ -73,7 +73,12 @@ public:
             std::error_code error;
             std::filesystem::create_directories(std::filesystem::path(history_).parent_path(), error);
         }
-        Install();
+        rl_catch_signals = 0;  // Ctrl-C is the loop's, as a signal event
+        rl_getc_function = &EditedInput::ReadKey;
+        rl_initialize();
+        stifle_history(kHistoryLines);
+        if (!history_.empty()) read_history(history_.c_str());
+        rl_callback_handler_install(prompt_.c_str(), &EditedInput::TakeLine);
         screen_.SetPrompt(this);
         watch_ = loop.AddWatch(STDIN_FILENO, POLLIN, [](short) { rl_callback_read_char(); });
     }
@@ -90,13 +95,14 @@ public:
         if (!handlingLine_) Clear();
     }
 
-    // libedit's readline emulation cannot empty its line in place, so a fresh
-    // editor takes over, with the history read again.
+    // libedit's readline emulation cannot empty its line from outside, so it
+    // is given the key that does: Ctrl-U, the whole line.
     bool ClearLine() override {
         if (!watch_) return false;
         Write("^C\n");
-        rl_callback_handler_remove();
-        Install();
+        keys_ = "\x15";
+        rl_callback_read_char();
+        rl_forced_update_display();
         return true;
     }
 
@@ -110,12 +116,12 @@ public:
     }
 
 private:
-    void Install() {
-        rl_catch_signals = 0;  // Ctrl-C is the loop's, as a signal event
-        rl_initialize();
-        stifle_history(kHistoryLines);
-        if (!history_.empty()) read_history(history_.c_str());
-        rl_callback_handler_install(prompt_.c_str(), &EditedInput::TakeLine);
+    // A key given by ClearLine, else one from the terminal, read unbuffered:
+    // what stdio kept back would not wake the loop.
+    static int ReadKey(FILE* in) {
+        unsigned char key = 0;
+        if (!keys_.empty()) return static_cast<unsigned char>(std::exchange(keys_, {}).front());
+        return read(fileno(in), &key, 1) == 1 ? key : EOF;
     }
 
     static void TakeLine(char* line) {
@@ -145,6 +151,7 @@ private:
     }
 
     static inline EditedInput* current_ = nullptr;
+    static inline std::string keys_;
     std::string prompt_;
     Screen& screen_;
     std::string history_;

@@ -57,14 +57,16 @@ class Terminal:
 session = Terminal([qvctl, "session"])
 session.type(b"", b"qvctl> ")
 session.type(b"stat", b"stat")
-session.type(b"\x03", b"^C\r\nqvctl> ")
+session.type(b"\x03", b"^C\r\n")
+session.type(b"", b"qvctl> ")
 session.type(b"status\r", b"Status: Ready\r\n")
 session.type(copy.encode() + b"\r", b"\x1b[A\r[")
 session.type(b"status\r", b"qvctl: queued behind the copy")
 output = session.type(b"\x03", b"Aborted after")
 session.type(b"", b"Status: Ready\r\n")
 session.type(b"quit\r", b"quit\r\n")
-assert b"Response: CopyFile" not in output and session.end() == (6 << 8, b""), "raw reports, or the session's end"
+end = session.end()
+assert b"Response: CopyFile" not in output and end == (6 << 8, b""), f"raw reports, or the end {end}"
 
 # The history of the session before; Ctrl-D leaves.
 session = Terminal([qvctl, "session"])
