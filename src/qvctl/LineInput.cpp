@@ -15,6 +15,7 @@ namespace qv::ctl {
 namespace {
 
 constexpr int kHistoryLines = 1000;
+constexpr int kKillLine = 0x15;  // Ctrl-U
 
 // Where the session's history is kept: qvctl/history under XDG_STATE_HOME, or
 // else under ~/.local/state; empty when neither is known.
@@ -100,7 +101,7 @@ public:
     bool ClearLine() override {
         if (!watch_) return false;
         Write("^C\n");
-        keys_ = "\x15";
+        pendingKey_ = kKillLine;
         rl_callback_read_char();
         rl_forced_update_display();
         return true;
@@ -120,7 +121,7 @@ private:
     // what stdio kept back would not wake the loop.
     static int ReadKey(FILE* in) {
         unsigned char key = 0;
-        if (!keys_.empty()) return static_cast<unsigned char>(std::exchange(keys_, {}).front());
+        if (pendingKey_ != EOF) return std::exchange(pendingKey_, EOF);
         return read(fileno(in), &key, 1) == 1 ? key : EOF;
     }
 
@@ -151,7 +152,7 @@ private:
     }
 
     static inline EditedInput* current_ = nullptr;
-    static inline std::string keys_;
+    static inline int pendingKey_ = EOF;
     std::string prompt_;
     Screen& screen_;
     std::string history_;

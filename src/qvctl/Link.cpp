@@ -37,10 +37,12 @@ Loss Link::Diagnose() const {
 std::string LossMessage(Loss loss, const std::string& socketPath) {
     switch (loss) {
         case Loss::NotStarted:
-            return "qvctl: no assistant at " + socketPath + " (no socket file): start it with qvassistant\n";
+            return "qvctl: no assistant at " + socketPath +
+                   " (no socket file): start it with qvassistant\n(it ends when its peer leaves, so "
+                   "after each command but session)\n";
         case Loss::NotListening:
             return "qvctl: nothing listens at " + socketPath +
-                   ": the assistant has ended (it ends when its peer\nleaves); start it again\n";
+                   ": the assistant has ended, as it does when\nits peer leaves; start it again\n";
         case Loss::Busy:
             return "qvctl: the assistant at " + socketPath +
                    " is busy with another peer (it takes one at a\ntime): wait until that one "

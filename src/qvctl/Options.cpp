@@ -60,8 +60,7 @@ std::optional<UsageError> CheckUrl(std::string_view url) {
         })) {
         return std::nullopt;
     }
-    return UsageError{"the assistant speaks plain HTTP only and cannot fetch " + Quoted(url) +
-                      "; give an http:// URL"};
+    return UsageError{"cannot fetch " + Quoted(url) + ": the assistant speaks plain HTTP only"};
 }
 
 const OptionInfo* FindOption(std::string_view name) {
