@@ -41,8 +41,6 @@ public:
     void Connect() { socket_.Connect(); }
     // Queued until the connection is made; dropped with it if it fails.
     void Send(const String& frame) { socket_.Write(frame); }
-    // A lost connection reads as not connected even before onLost has run.
-    bool IsConnected() const { return socket_.IsConnected(); }
     // Raises nothing more.
     void Close() { socket_.Close(); }
 
