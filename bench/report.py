@@ -5,7 +5,7 @@ Google Benchmark's JSON output (medians when the run had repetitions),
 qvbench_memory's lines of JSON and qvcopybench's JSON. Exits 1 when a goal is
 missed or a figure is absent. bench/README.md keeps the same table.
 
-Usage: report.py bench.json memory.json copy.json
+Usage: report.py bench.json memory.json copy.json emfile.json
 """
 import json
 import statistics
@@ -82,6 +82,7 @@ def main():
     runs = read_runs(sys.argv[1])
     memory_path = sys.argv[2] if len(sys.argv) > 2 else None
     copy_path = sys.argv[3] if len(sys.argv) > 3 else None
+    emfile_path = sys.argv[4] if len(sys.argv) > 4 else None
     table = Table()
     ratio_row(table, "Packing 8 MiB of HTML (`MakeFrame`)", "zlib `compress` alone", "at most 0.6",
               lambda: runs["BM_PackFrame"], lambda: runs["BM_ZlibCompress"], 0.6, "cpu_time")
@@ -138,6 +139,13 @@ def main():
         percent = 100 * p["cpu_seconds"] / p["wall_seconds"]
         return f"{percent:.2f} % over {p['count']} pauses", percent < 5
     table.add("CPU of the copy's pauses", "their wall-clock time", "under 5 % of one core", pause_cpu)
+
+    def out_of_descriptors():
+        with open(emfile_path, encoding="utf-8") as file:
+            e = json.load(file)
+        return f"{e['cpu_percent']:.2f} % over {e['seconds']} s", e["cpu_percent"] < 1
+    table.add("CPU with no descriptor to spare and peers knocking (`emfile_cpu.sh`)", "the seconds it ran",
+              "under 1 % of one core", out_of_descriptors)
     return 0 if table.print() else 1
 
 

@@ -19,6 +19,9 @@ cmake --build "$build" --target qvbench qvbench_memory qvcopybench
 for page in html noise; do "$build/bin/qvbench_memory" "$page"; done >"$build/memory.json"
 # Whole 1 GiB copies against cp's, and the CPU of the copy's pauses.
 "$build/bin/qvcopybench" "$build/copy.json"
+# The CPU of an assistant that has no descriptor to spare, with peers knocking.
+cmake --build "$build" --target qvassistant
+bench/emfile_cpu.sh "$build/bin/qvassistant" >"$build/emfile.json"
 echo
 # The table of bench/README.md, with this run's values.
-python3 bench/report.py "$build/bench.json" "$build/memory.json" "$build/copy.json"
+python3 bench/report.py "$build/bench.json" "$build/memory.json" "$build/copy.json" "$build/emfile.json"

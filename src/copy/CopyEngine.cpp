@@ -41,7 +41,11 @@ void RSSDownloadWindow::copyFile(const std::shared_ptr<FolderItem>& source,
 // ends, and the flags fall in copyFile all the same.
 void RSSDownloadWindow::copyFileData(const std::shared_ptr<FolderItem>& source,
                                      const std::shared_ptr<FolderItem>& destination) {
-    if (!source || !source->Exists() || source->Directory() || !destination) return;
+    if (!source || !source->TargetExists() || source->Directory() || !destination) return;
+    // A source that cannot be read is refused before the destination is
+    // touched: deleting what stands there first would lose it for nothing.
+    const std::shared_ptr<BinaryStream> input = source->OpenAsBinaryFile(false);
+    if (!input) return;
     if (destination->Exists() && destination->Reaches(*source)) return;
     if (destination->Exists()) destination->Delete();
     if (destination->Exists()) return;
@@ -49,9 +53,8 @@ void RSSDownloadWindow::copyFileData(const std::shared_ptr<FolderItem>& source,
     const auto length = static_cast<std::int64_t>(source->Length());
     std::int64_t chunkSize = kChunkSize;
     SizeDivider = CvtReal64ToSInt64(static_cast<double>(TotalSize) / 400.0);
-    const std::shared_ptr<BinaryStream> input = source->OpenAsBinaryFile(false);
     const std::shared_ptr<BinaryStream> output = destination->CreateBinaryFile("unknown");
-    if (!input || !output) return;
+    if (!output) return;
 
     // None at first, so that the first chunk of every file reports, at any
     // uptime; then one a second, compared across the wrap of the count.
@@ -79,6 +82,9 @@ void RSSDownloadWindow::copyFileData(const std::shared_ptr<FolderItem>& source,
         // meanwhile. The first write that falls short (a full disk) ends the
         // copy, so that the destination stays an exact prefix of the source.
         if (!output->WriteExtent(*input, chunk)) break;
+        // The yield point at the end of each chunk: a signal that ends the
+        // process gets in here, and unwinds the copy where it stands.
+        loop_.AwaitReady({}, Duration::zero());
     }
     input->Close();
     output->Close();
@@ -99,7 +105,8 @@ void RSSDownloadWindow::copyFileData(const std::shared_ptr<FolderItem>& source,
 }
 
 // The full 50 ms, always, waiting on both sockets' descriptors rather than
-// spinning, so that their events (a CopyFileAbort, the channel's loss) come in.
+// spinning, so that their events (a CopyFileAbort, the channel's loss) come in,
+// and so do the signals that end the process.
 void RSSDownloadWindow::pauseForEvents() {
     const double end = Microseconds(clock_) + kPauseMicroseconds;
     for (double now = Microseconds(clock_); now < end; now = Microseconds(clock_)) {
@@ -109,7 +116,8 @@ void RSSDownloadWindow::pauseForEvents() {
         channel.Poll();
         const auto left =
             std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil((end - now) / 1000.0)));
-        SocketCore::AwaitActivity({&tcp, &channel}, left);
+        const pollfd sockets[] = {tcp.Readiness(), channel.Readiness()};
+        loop_.AwaitReady(sockets, left);  // and the signals that end the process
     }
 }
 

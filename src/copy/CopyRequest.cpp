@@ -20,8 +20,9 @@ void RSSDownloadWindow::startCopy(const String& text) {
 
     const std::shared_ptr<FolderItem> source = sourceInfo.IsEmpty() ? nullptr : GetFolderItem(sourceInfo, 0);
     std::shared_ptr<FolderItem> current = destinationInfo.IsEmpty() ? nullptr : GetFolderItem(destinationInfo, 0);
-    // A FIFO or a device is no file to copy: refused as a missing one is.
-    if (!source || !source->Exists() || source->IsSpecialFile() || !current) {
+    // A FIFO or a device is no file to copy, nor is a dangling link: refused
+    // as a missing source is.
+    if (!source || !source->TargetExists() || source->IsSpecialFile() || !current) {
         isCommandInProgress = false;
         return;
     }

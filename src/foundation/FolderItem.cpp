@@ -53,6 +53,11 @@ bool FolderItem::Exists() const {
     return ::lstat(SystemPath().c_str(), &status) == 0;
 }
 
+bool FolderItem::TargetExists() const {
+    struct stat status {};
+    return ::stat(SystemPath().c_str(), &status) == 0;
+}
+
 bool FolderItem::Directory() const {
     struct stat status {};
     return ::stat(SystemPath().c_str(), &status) == 0 && S_ISDIR(status.st_mode);

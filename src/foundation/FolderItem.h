@@ -21,6 +21,8 @@ public:
 
     // lstat: a dangling symbolic link exists, so Delete can remove it.
     bool Exists() const;
+    // Exists with symbolic links followed: a dangling link names nothing to read.
+    bool TargetExists() const;
     // Follows symbolic links: a link to a folder is a folder.
     bool Directory() const;
     // Size of the file in bytes; 0 for a folder or a missing item.

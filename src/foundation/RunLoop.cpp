@@ -51,9 +51,9 @@ void RunLoop::Watch::SetEvents(short events) {
     if (auto it = loop_->watches_.find(id_); it != loop_->watches_.end()) it->second.events = events;
 }
 
-RunLoop::Watch RunLoop::AddWatch(int fd, short events, ReadyCallback onReady) {
+RunLoop::Watch RunLoop::AddWatch(int fd, short events, ReadyCallback onReady, Urgency urgency) {
     const std::uint64_t id = nextId_++;
-    watches_.emplace(id, WatchEntry{fd, events, std::move(onReady)});
+    watches_.emplace(id, WatchEntry{fd, events, std::move(onReady), urgency});
     return Watch(this, Registration::Kind::Watch, id);
 }
 
@@ -121,6 +121,26 @@ void RunLoop::RunOnce(std::optional<Duration> maxWait) {
     DeliverReady(fds, ids);
     FireDueTimers();
     RunPosted();
+}
+
+void RunLoop::AwaitReady(std::span<const pollfd> fds, Duration maxWait) {
+    std::vector<pollfd> waited(fds.begin(), fds.end());
+    std::vector<std::uint64_t> ids(waited.size(), 0);  // the caller's, not delivered here
+    for (const auto& [id, watch] : watches_) {
+        if (watch.urgency != Urgency::Urgent) continue;
+        waited.push_back(pollfd{watch.fd, watch.events, 0});
+        ids.push_back(id);
+    }
+    if (poll(waited.data(), waited.size(), CeilToMs(maxWait)) <= 0) return;
+    // On the waiting handler's stack, as Poll delivers: what a handler throws
+    // (the end of the process) unwinds the handler that waits.
+    for (std::size_t i = fds.size(); i < waited.size(); ++i) {
+        if (waited[i].revents == 0) continue;
+        auto it = watches_.find(ids[i]);
+        if (it == watches_.end()) continue;
+        const ReadyCallback onReady = it->second.onReady;
+        onReady(waited[i].revents);
+    }
 }
 
 void RunLoop::DeliverReady(const std::vector<pollfd>& fds, const std::vector<std::uint64_t>& ids) {

@@ -90,7 +90,11 @@ public:
 
     Clock& GetClock() const { return clock_; }
 
-    [[nodiscard]] Watch AddWatch(int fd, short events, ReadyCallback onReady);
+    // An urgent watch is delivered by every wait of the thread, also by a
+    // handler that waits without letting the rest of the program in (see
+    // AwaitReady): the signals that end the process.
+    enum class Urgency { Normal, Urgent };
+    [[nodiscard]] Watch AddWatch(int fd, short events, ReadyCallback onReady, Urgency urgency = Urgency::Normal);
     // A one-shot entry due at `due` on the loop's clock.
     [[nodiscard]] Pending AddTimer(TimePoint due, Callback onDue);
     std::optional<TimePoint> NextTimerDue() const;
@@ -109,6 +113,13 @@ public:
     bool Stopping() const { return stopping_; }
     int ExitStatus() const { return exitStatus_; }
 
+    // For a handler that must wait inside the loop's thread without running
+    // other handlers (the copy's pause): waits up to `maxWait` until one of
+    // `fds` is ready for its events, or an urgent watch is, and delivers the
+    // urgent watches that are, on the caller's stack; the caller looks after
+    // its own descriptors. With no wait it only delivers what is urgent.
+    void AwaitReady(std::span<const pollfd> fds, Duration maxWait);
+
     void SetWaitStep(std::unique_ptr<WaitStep> waitStep);
     // Receives exceptions that escape a handler; the loop then goes on. The
     // default writes a debug log line.
@@ -119,6 +130,7 @@ private:
         int fd;
         short events;
         ReadyCallback onReady;
+        Urgency urgency;
     };
     struct TimerEntry {
         TimePoint due;

@@ -59,16 +59,6 @@ void SocketCore::Poll() {
     DeliverPending();
 }
 
-void SocketCore::AwaitActivity(std::initializer_list<const SocketCore*> sockets,
-                               std::chrono::milliseconds limit) {
-    std::vector<pollfd> probes;
-    for (const SocketCore* socket : sockets) {
-        if (socket->fd_ >= 0) probes.push_back(pollfd{socket->fd_, socket->Interest(), 0});
-    }
-    poll(probes.data(), probes.size(),
-         static_cast<int>(std::max<std::chrono::milliseconds::rep>(limit.count(), 0)));
-}
-
 std::int32_t SocketCore::BytesAvailable() const {
     return ClampToInt32(input_.Size());
 }

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <poll.h>
 #include <sys/socket.h>
 
 #include <cstdint>
 #include <functional>
-#include <initializer_list>
 #include <memory>
 
 #include "foundation/ByteQueue.h"
@@ -46,11 +46,10 @@ public:
     // Looks at this socket at once, without waiting, and delivers its due events
     // before returning. It runs no other socket's events and no timers.
     virtual void Poll();
-    // Waits up to `limit` until one of the sockets' descriptors is ready,
-    // delivering nothing. Lets a caller that polls in a loop sleep between
-    // polls instead of spinning.
-    static void AwaitActivity(std::initializer_list<const SocketCore*> sockets,
-                              std::chrono::milliseconds limit);
+    // What to wait for on this socket now, for a caller that polls in a loop
+    // and sleeps between polls (RunLoop::AwaitReady) instead of spinning; a
+    // negative descriptor, which poll(2) passes over, when there is none.
+    pollfd Readiness() const { return pollfd{fd_, Interest(), 0}; }
 
     bool IsConnected() const { return state_ == State::Connected; }
     std::int32_t LastErrorCode() const { return lastErrorCode_; }

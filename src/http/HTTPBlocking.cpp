@@ -84,7 +84,8 @@ void HTTPSocket::WaitForPage() {
             // loop's own wait, where its timers keep their beat.
             Loop().RunOnce(moved ? Duration::zero() : Duration(kIdleWait));
         } else if (!moved) {
-            AwaitActivity({this}, kIdleWait);
+            const pollfd self[] = {Readiness()};
+            Loop().AwaitReady(self, kIdleWait);
         }
     }
 }

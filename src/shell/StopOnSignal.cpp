@@ -2,8 +2,16 @@
 
 #include <csignal>
 
+#include "foundation/Exceptions.h"
+
 namespace qv {
 
-StopOnSignal::StopOnSignal(RunLoop& loop) : watch_(loop, {SIGINT, SIGTERM}, [&loop](int) { loop.Stop(0); }) {}
+// Unwinds as the window's Quit does, so that a signal that comes in the middle
+// of a copy ends the copy where it stands, as the channel's loss does there.
+StopOnSignal::StopOnSignal(RunLoop& loop)
+    : watch_(loop, {SIGINT, SIGTERM, SIGHUP}, [&loop](int) {
+          loop.Stop(0);
+          throw EndException();
+      }) {}
 
 }  // namespace qv

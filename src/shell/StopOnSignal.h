@@ -5,8 +5,9 @@
 
 namespace qv {
 
-// Turns SIGINT and SIGTERM into a clean Stop(0) of the loop, so that a person
-// who stops the assistant by hand leaves no socket file behind.
+// Turns SIGINT, SIGTERM and SIGHUP (a closed terminal) into a clean end with
+// status 0, in any state, so that a person who stops the assistant by hand
+// leaves no socket file behind.
 class StopOnSignal {
 public:
     explicit StopOnSignal(RunLoop& loop);

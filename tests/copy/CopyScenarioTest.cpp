@@ -10,6 +10,7 @@
 #include "foundation/Base64.h"
 #include "shell/HeadlessView.h"
 #include "shell/RSSDownloadWindow.h"
+#include "shell/StopOnSignal.h"
 #include "support/Support.h"
 
 namespace qv {
@@ -31,7 +32,7 @@ std::string Progress(const std::string& barPos, const std::string& message) {
 // The copy runs inside the dispatcher's action and waits on the clock in its
 // pause, so time here moves on at every reading of the clock.
 class CopyScenarioTest : public ::testing::Test {
-protected:
+public:
     explicit CopyScenarioTest(Duration step = std::chrono::milliseconds(25), TimePoint start = TimePoint(std::chrono::hours(1)))
         : clock(step, start) {
         fs::create_directory(source);
@@ -150,15 +151,66 @@ TEST_F(CopyScenarioTest, ImpossibleCopiesEndSilentlyAndNeverTouchTheSource) {
         {"a hard link of the source", CopyCommand(source + "/f", "hard", 8)},
         {"an empty destination path", CopyCommand(source + "/f", "", 8)},
         {"a folder that cannot go", CopyCommand(source + "/f", "full", 8)},
+        {"a dangling link as the source, over a file that stays", CopyCommand(source + "/dangling", "full/keep", 8)},
     };
+    fs::create_symlink(source + "/gone", source + "/dangling");
     for (const auto& [what, command] : cases) {
         EXPECT_TRUE(Run(command).empty()) << what;
         EXPECT_FALSE(window.isCommandInProgress) << what;
         EXPECT_EQ(ReadFile(source + "/f"), "precious") << what;
     }
     EXPECT_EQ(ReadFile(target + "/full/keep"), "kept");
+    // A source that cannot be opened (here for want of a descriptor) leaves
+    // what stands at the destination as it is.
+    peer.Send(CopyCommand(source + "/f", "full/keep", 8));
+    for (int pass = 0; pass < 3; ++pass) loop.RunOnce(Duration::zero());
+    {
+        const int lowestFree = dup(0);
+        close(lowestFree);
+        rlimit saved{};
+        getrlimit(RLIMIT_NOFILE, &saved);
+        const rlimit atTheEdge{static_cast<rlim_t>(lowestFree), saved.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &atTheEdge);
+        window.CommandDispatchTimer_Action();
+        setrlimit(RLIMIT_NOFILE, &saved);
+    }
+    EXPECT_TRUE(peer.Replies().empty());
+    EXPECT_EQ(ReadFile(target + "/full/keep"), "kept");
     // The failed request still left its tag for an abort to report.
     EXPECT_EQ(Run(test::Command({{"Command", "CopyFileAbort"}})), Replies{End("Abort")});
+}
+
+// SIGTERM comes once the destination is `signalAt` bytes long; the copy must
+// end within that chunk and the next pause, leaving `left` bytes, as the
+// channel's loss would there: no end report, the process ending with status 0.
+void ExpectASignalToEndTheCopy(CopyScenarioTest& t, std::size_t signalAt, std::size_t left) {
+    const std::string bytes = Pattern(5 * 2097152);
+    WriteFile(t.source + "/big", bytes);
+    StopOnSignal stopOnSignal(t.loop);
+    bool raised = false;
+    t.clock.onReading = [&] {
+        std::error_code missing;
+        const auto size = fs::file_size(t.target + "/big", missing);
+        if (!raised && !missing && size == signalAt) raised = std::raise(SIGTERM) == 0;
+    };
+    t.peer.Send(t.CopyCommand(t.source + "/big", "big", 5 * 2097152));
+    for (int pass = 0; pass < 3; ++pass) t.loop.RunOnce(Duration::zero());
+    EXPECT_THROW(t.window.CommandDispatchTimer_Action(), EndException);
+    t.clock.onReading = nullptr;
+    EXPECT_TRUE(t.loop.Stopping());
+    EXPECT_EQ(t.loop.ExitStatus(), 0);
+    const Replies replies = t.peer.Replies();
+    ASSERT_EQ(replies.size(), 1u) << "the first report, and no end report";
+    EXPECT_NE(replies[0].find("Status: InProgress"), std::string::npos);
+    EXPECT_TRUE(ReadFile(t.target + "/big") == bytes.substr(0, left)) << fs::file_size(t.target + "/big");
+}
+
+TEST_F(CopyScenarioTest, ASignalBeforeTheFirstPauseEndsTheCopyInIt) {
+    ExpectASignalToEndTheCopy(*this, 0, 0);
+}
+
+TEST_F(CopyScenarioTest, ASignalBetweenPausesEndsTheCopyAtTheEndOfItsChunk) {
+    ExpectASignalToEndTheCopy(*this, 2097152, 2 * 2097152);
 }
 
 TEST_F(CopyScenarioTest, ADiskThatFillsEndsTheCopyWithAnExactPrefixThoughItFreesAgain) {

@@ -44,9 +44,47 @@ wait_for 'grep -q "Connected to Quorvane" $work/err' "no peer logged"
 kill "$peer_pid"
 ends_with_zero "its peer left"
 [ "$(ls -A /tmp)" = "$(basename "$work")" ] || fail "left in /tmp: $(ls -A /tmp)"
+for signal in TERM HUP; do
+  start
+  kill -$signal "$assistant_pid"
+  ends_with_zero "SIG$signal"
+done
+
+# A socket file that someone deletes before the peer came: the assistant ends
+# within 5 s, and the next start serves.
 start
-kill -TERM "$assistant_pid"
-ends_with_zero "SIGTERM"
+rm $channel
+for _ in $(seq 120); do kill -0 "$assistant_pid" 2>/dev/null || break; sleep 0.05; done
+kill -0 "$assistant_pid" 2>/dev/null && fail "still running with its socket file gone"
+wait "$assistant_pid" || fail "exit status $? after its socket file went"
+start
+"$qvctl" status >/dev/null || fail "no status after a deleted socket file"
+ends_with_zero "qvctl left after the restart"
+
+# Another user can hold nothing that keeps the assistant from starting: not
+# the name of a lock beside the socket, nor any abstract socket name. A file
+# of theirs at the path itself does block, and is left alone.
+if [ "$QV_PRIVATE_TMP" = root ]; then
+  holder='import fcntl, os, socket, sys, time
+info = os.stat("/tmp")
+names = [f"qvassistant:{uid}:{info.st_dev}:{info.st_ino}:qvipc" for uid in (0, os.getuid())]
+held = [socket.socket(socket.AF_UNIX) for _ in names]
+for s, name in zip(held, names): s.bind("\0" + name)
+lock = open(f"/tmp/.qvassistant-{info.st_dev}-{info.st_ino}-qvipc.lock", "w")
+fcntl.flock(lock, fcntl.LOCK_EX)
+print("held", flush=True)
+time.sleep(60)'
+  setpriv --reuid=65534 --regid=65534 --clear-groups /usr/bin/python3 -c "$holder" >"$work/holder" & pids+=($!); holder_pid=$!
+  wait_for 'grep -q held "$work/holder"' "the other user's holder did not start"
+  start
+  "$qvctl" status >/dev/null || fail "another user's holder kept the assistant out"
+  ends_with_zero "qvctl left, with another user's holder about"
+  kill "$holder_pid"
+  setpriv --reuid=65534 --regid=65534 --clear-groups touch $channel
+  "$assistant" 2>/dev/null || fail "exit status $? with another user's file at the path"
+  [ -f $channel ] && [ "$(stat -c %u $channel)" = 65534 ] || fail "another user's file at the path was touched"
+  rm $channel
+fi
 
 # qvctl: 3 without an assistant; the status report from a real one, which ends when qvctl leaves.
 status=0
@@ -107,6 +145,18 @@ status=0
 [ "$status" = 4 ] && [ "$(cat "$work/report")" = $'qvctl: the assistant could not fetch http://127.0.0.1:1/\n  HTTPError 102: connection refused, reset or lost, or the host unreachable' ] ||
   fail "refused fetch: $status $(cat "$work/report")"
 ends_with_zero "the refused fetch"
+
+truncate -s 8G "$work/sparse.bin"
+# SIGTERM in the middle of a copy ends the process at once, as the channel's
+# loss would there: no end report, the partial file left as it is.
+start
+"$qvctl" copy --md5 cut-short "$work/sparse.bin" "$work" partial.bin >"$work/cut" 2>&1 & copy_pid=$!
+wait_for 'grep -q "Status: InProgress" $work/cut' "no progress report"
+kill -TERM "$assistant_pid"
+ends_with_zero "SIGTERM during a copy"
+wait "$copy_pid" || true
+! grep -q "Status: Complete\|Status: Abort" "$work/cut" || fail "an end report after SIGTERM"
+[ -f "$work/partial.bin" ] || fail "the partial copy is gone"
 
 # A real display that goes away while a peer is connected: Qt ends the
 # process, and it ends as Quit(0) does.
