@@ -233,19 +233,18 @@ void Console::Print(Expected* expected, const String& reply) {
 void Console::PrintFetch(Expected& expected, const String& reply) {
     const Options& options = expected.options;
     const FetchPrintout printout = RenderFetchReply(reply, options.output);
-    if (!printout.delivered) Fail(ExitStatus::FetchFailed, FetchFailureMessage(reply, options.url));
+    const bool toStandardError = !options.headerPath && options.action != Action::Headers;
     if (options.output == OutputMode::Json) {
         Write(nullptr, std::nullopt, printout.body, false);
-        return;
-    }
-    // The message tells a failure in Text mode; Raw shows its bytes.
-    if (printout.delivered || options.output == OutputMode::Raw) {
-        const bool toStandardError = !options.headerPath && options.action != Action::Headers;
-        if (!toStandardError || options.verbosity != Verbosity::Quiet) {
+    } else {
+        // The message below tells a failure in Text mode; Raw shows its bytes too.
+        if ((printout.delivered || options.output == OutputMode::Raw) &&
+            (!toStandardError || options.verbosity != Verbosity::Quiet)) {
             Write(expected.headerFile.get(), options.headerPath, printout.lines, toStandardError);
         }
+        Write(expected.bodyFile.get(), options.outputPath, printout.body, false);
     }
-    Write(expected.bodyFile.get(), options.outputPath, printout.body, false);
+    if (!printout.delivered) Fail(ExitStatus::FetchFailed, FetchFailureMessage(reply, options.url));
 }
 
 void Console::Write(std::ofstream* file, const std::optional<std::string>& path, std::string_view text,

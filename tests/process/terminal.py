@@ -1,5 +1,5 @@
 """The terminal cases of terminal.sh; arguments: qvassistant, qvctl, completion."""
-import fcntl, os, pty, select, signal, struct, subprocess, sys, termios, time
+import fcntl, os, pty, re, select, signal, struct, subprocess, sys, termios, time
 
 assistant, qvctl, completion = sys.argv[1:4]
 os.makedirs("/tmp/w/sub")
@@ -11,9 +11,13 @@ copy = "copy /tmp/w/big.bin /tmp/w out.bin"
 class Terminal:
     """A program on a pseudo-terminal of its own, with a fresh assistant unless told otherwise."""
 
+    assistant = None
+
     def __init__(self, argv, columns=80, fresh_assistant=True, **env):
         if fresh_assistant:
-            subprocess.Popen([assistant], stderr=subprocess.DEVNULL)
+            if Terminal.assistant:  # the one before ends with its peer, and takes its socket file along
+                Terminal.assistant.wait(10)
+            Terminal.assistant = subprocess.Popen([assistant], stderr=subprocess.DEVNULL)
             while not os.path.exists("/tmp/qvipc"):
                 time.sleep(0.05)
         self.pid, self.fd = pty.fork()
@@ -52,8 +56,8 @@ class Terminal:
 
 
 # A session: Ctrl-C clears the line and no more; a copy's bar is drawn above the
-# prompt; a command typed meanwhile is said to wait behind it; the abort's
-# status is the session's; no prompt after quit.
+# prompt; a command typed meanwhile is said to wait behind it; SIGTERM aborts
+# the copy, whose status is the session's; no prompt after quit.
 session = Terminal([qvctl, "session"])
 session.type(b"", b"qvctl> ")
 session.type(b"stat", b"stat")
@@ -62,11 +66,13 @@ session.type(b"", b"qvctl> ")
 session.type(b"status\r", b"Status: Ready\r\n")
 session.type(copy.encode() + b"\r", b"\x1b[A\r[")
 session.type(b"status\r", b"qvctl: queued behind the copy")
-output = session.type(b"\x03", b"Aborted after")
+os.kill(session.pid, signal.SIGTERM)
+output = session.type(b"", b"Aborted after")
 session.type(b"", b"Status: Ready\r\n")
 session.type(b"quit\r", b"quit\r\n")
 end = session.end()
 assert b"Response: CopyFile" not in output and end == (6 << 8, b""), f"raw reports, or the end {end}"
+assert not os.path.exists("/tmp/w/out.bin"), "the aborted copy stays"
 
 # The history of the session before; Ctrl-D leaves.
 session = Terminal([qvctl, "session"])
@@ -75,19 +81,16 @@ session.type(b"\x1b[A", b"quit")
 session.type(b"\x15\x04", b"\n")
 assert session.end()[0] == 0, "the second session's end"
 
-# A one-shot copy's bar fits a narrowed terminal at once; SIGTERM aborts.
-one = Terminal([qvctl] + copy.split(), columns=100)
-one.type(b"", b"left\x1b[K")
+# A one-shot copy on a dumb terminal: no escape codes, and a bar that fits a
+# narrowed terminal at once, drawn again from the same report; Ctrl-C aborts, a
+# second one leaves the partial file and says so.
+one = Terminal([qvctl] + copy.split(), columns=100, TERM="dumb")
+wide = one.type(b"", b" left")
 one.resize(30)
-line = one.type(b"", b"\x1b[K").split(b"\r")[-1]
-os.kill(one.pid, signal.SIGTERM)
-one.type(b"", b"Aborted after")
-assert len(line) - 3 < 30, f"not narrowed: {line!r}"
-assert one.end()[0] == 6 << 8 and not os.path.exists("/tmp/w/out.bin"), "SIGTERM did not abort"
-
-# TERM=dumb: no escape codes; a second Ctrl-C leaves the partial file, and says so.
-one = Terminal([qvctl] + copy.split(), TERM="dumb")
-output = one.type(b"", b"% ") + one.type(b"\x03", b"aborting the copy") + one.type(b"\x03", b"stays")
+line = one.type(b"", b"\r") and one.type(b"", b" left")
+output = wide + line + one.type(b"\x03", b"aborting the copy") + one.type(b"\x03", b"stays")
+percent = re.compile(rb" (\d+)% ")
+assert len(line) < 30 and percent.findall(line) == percent.findall(wide)[-1:], output
 assert b"\x1b" not in output and b"the partial file /tmp/w/out.bin stays" in output, output
 assert os.WIFSIGNALED(one.end()[0]), "a second Ctrl-C ends qvctl by its signal"
 os.remove("/tmp/w/out.bin")  # a tmpfs holds it in memory

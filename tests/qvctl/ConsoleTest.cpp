@@ -114,9 +114,20 @@ TEST(QvctlConsoleTest, EachCommandSendsItsFieldsAndEndsByWhatComesOrByTheAssista
         {{"news", "h/n", "--date", "2026-11-22 10:00", "--goi", "\xc3\xa9:x"},
          "Command:GetNews\rWebAddress:h/n\rDateStr:2026-11-22 10:00\rGOIStr:\xc3\xa9:x\r", {Frame("HTTPError: 103\r\n")},
          false, ExitStatus::FetchFailed, {}, "", "qvctl: the assistant could not fetch h/n\n  HTTPError 103: host name not found\n"},
-        {{"news", "h/", "--raw", "-q"}, "Command:GetNews\rWebAddress:h/\rDateStr:\rGOIStr:\r",
+        {{"news", "h/", "--raw"}, "Command:GetNews\rWebAddress:h/\rDateStr:\rGOIStr:\r",
          {Frame("Response: GetNews\r\nHTTPError: 1\r\n")}, false, ExitStatus::FetchFailed, {}, "",
-         "qvctl: the assistant could not fetch h/\n  HTTPError 1: no answer within the assistant's limit of 60 s (a timeout)\n"},
+         "Response: GetNews\\r\\n\nHTTPError: 1\\r\\n\nqvctl: the assistant could not fetch h/\n"
+         "  HTTPError 1: no answer within the assistant's limit of 60 s (a timeout)\n"},
+        // Any HTTP status is a page; the first HTTPError line is the assistant's, not a server's.
+        {{"get", "u", "--raw"}, "Command:GetPageURL\rGetPageURL:u\r", {Frame("HTTPStatus: 404\r\nHTTPError: 0\r\n\r\n\r\n\0"s)},
+         false, ExitStatus::Ok, {}, "\r\n\0"s, "HTTPStatus: 404\\r\\n\nHTTPError: 0\\r\\n\n"},
+        {{"get", "u"}, "Command:GetPageURL\rGetPageURL:u\r", {Frame("HTTPError: 0\r\n")}, false, ExitStatus::FetchFailed,
+         {}, "", "qvctl: the assistant could not fetch u\n  HTTPError 0: an unknown code\n"},
+        {{"news", "u"}, "Command:GetNews\rWebAddress:u\rDateStr:\rGOIStr:\r",
+         {Frame("HTTPStatus: 200\r\nHTTPError: 1\r\nHTTPError: 0\r\n\r\nx")}, false, ExitStatus::FetchFailed, {}, "x",
+         "qvctl: the assistant could not fetch u\n  HTTPError 1: no answer within the assistant's limit of 60 s (a timeout)\n"},
+        {{"get", "u", "--json"}, "Command:GetPageURL\rGetPageURL:u\r", {Frame("HTTPError: 0\r\n\r\n\0\xff"s)}, false,
+         ExitStatus::Ok, {}, R"({"fields":[{"name":"HTTPError","value":"0"}],"body":"AP8="})" "\n", ""},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(testing::PrintToString(c.args));

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "qvctl/CopyProgress.h"
-#include "qvctl/FetchReply.h"
 #include "qvctl/ReplyFormat.h"
 #include "support/Support.h"
 
@@ -50,46 +49,6 @@ TEST(QvctlOutputTest, RepliesAsTextRawOrJson) {
     for (const auto& [value, json] : escapes) {
         EXPECT_EQ(RenderReply(String("N: " + value + "\r\n"), OutputMode::Json), Json(R"({"name":"N","value":)" + json + "}"));
         EXPECT_EQ(RenderReply(String(value + ": v\r\n"), OutputMode::Json), Json(R"({"name":)" + json + R"(,"value":"v"})"));
-    }
-}
-
-TEST(QvctlOutputTest, AFetchReplySendsItsLinesOneWayAndTheRawBodyTheOther) {
-    const std::string lines = "Response: GetPageURL\r\nHTTPURL: u\r\nHTTPStatus: 404\r\nHTTPError: 0\r\nServer: t\r\n";
-    const std::string body = "\x89PNG\0\r\n\r\n\xfe\xff"s;
-    const struct {
-        const char* what;
-        std::string text;
-        OutputMode mode;
-        std::string lines, body;
-        bool delivered;
-    } cases[] = {
-        {"a page, whatever its status", lines + "\r\n" + body, OutputMode::Raw, RenderReply(String(lines), OutputMode::Raw),
-         body, true},
-        {"headers only", lines + "\r\n", OutputMode::Text,
-         "Response: GetPageURL\nHTTPURL: u\nHTTPStatus: 404\nHTTPError: 0\nServer: t\n", "", true},
-        {"closed before any header", "Response: GetNews\r\nHTTPStatus: \r\nHTTPError: 0\r\n\r\n", OutputMode::Text,
-         "Response: GetNews\nHTTPStatus: \nHTTPError: 0\n", "", true},
-        {"raw: only the lines are made visible", "HTTPError: 0\r\n\r\n" + body, OutputMode::Raw, "HTTPError: 0\\r\\n\n",
-         body, true},
-        {"error report", "HTTPError: 102\r\n", OutputMode::Raw, "HTTPError: 102\\r\\n\n", "", false},
-        {"error report of code 0", "HTTPError: 0\r\n", OutputMode::Text, "HTTPError: 0\n", "", false},
-        {"a server's own HTTPError header does not count",
-         "Response: GetNews\r\nHTTPStatus: 200\r\nHTTPError: 1\r\nHTTPError: 0\r\n\r\nx", OutputMode::Text,
-         "Response: GetNews\nHTTPStatus: 200\nHTTPError: 1\nHTTPError: 0\n", "x", false},
-        {"json: all on standard output", "HTTPError: 0\r\n\r\n\0\xff"s, OutputMode::Json, "",
-         Json(R"({"name":"HTTPError","value":"0"})", "AP8="), true},
-    };
-    for (const auto& c : cases) {
-        const FetchPrintout printout = RenderFetchReply(String(c.text), c.mode);
-        EXPECT_EQ(printout.lines, c.lines) << c.what;
-        EXPECT_EQ(printout.body, c.body) << c.what;
-        EXPECT_EQ(printout.delivered, c.delivered) << c.what;
-    }
-    const std::pair<const char*, std::string> failures[] = {
-        {"HTTPError: 107\r\n", "HTTPError 107: invalid port: not from 1 to 65535"},
-        {"HTTPError: 999\r\n", "HTTPError 999: an unknown code"}};
-    for (const auto& [reply, words] : failures) {
-        EXPECT_EQ(FetchFailureMessage(String(reply), "u"), "qvctl: the assistant could not fetch u\n  " + words + "\n");
     }
 }
 
