@@ -8,9 +8,7 @@ subprocess.run(["truncate", "-s", "8G", "/tmp/w/big.bin"], check=True)
 copy = "copy /tmp/w/big.bin /tmp/w out.bin"
 
 
-class Terminal:
-    """A program on a pseudo-terminal of its own, with a fresh assistant unless told otherwise."""
-
+class Terminal:  # a program on a pseudo-terminal of its own, with a fresh assistant unless told otherwise
     assistant = None
 
     def __init__(self, argv, columns=80, fresh_assistant=True, **env):
@@ -31,8 +29,7 @@ class Terminal:
     def resize(self, columns):
         fcntl.ioctl(self.fd, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
 
-    def type(self, keys, then):
-        """Types `keys`, and gives what comes up to and with `then`; the rest waits."""
+    def type(self, keys, then):  # what comes up to and with `then`; the rest waits
         os.write(self.fd, keys)
         output, end = self.pending, time.time() + 10
         while then not in output:
@@ -46,8 +43,7 @@ class Terminal:
         output, self.pending = output[:cut], output[cut:]
         return output
 
-    def end(self):
-        """The exit status, and what is left unread."""
+    def end(self):  # the exit status, and what is left unread
         status = os.waitpid(self.pid, 0)[1]
         try:
             return status, self.pending + os.read(self.fd, 65536)
@@ -82,15 +78,17 @@ session.type(b"\x15\x04", b"\n")
 assert session.end()[0] == 0, "the second session's end"
 
 # A one-shot copy on a dumb terminal: no escape codes, and a bar that fits a
-# narrowed terminal at once, drawn again from the same report; Ctrl-C aborts, a
-# second one leaves the partial file and says so.
+# narrowed terminal at once, drawn again from the same report, with blanks over
+# the longer line; Ctrl-C aborts, a second one leaves the partial file and says so.
 one = Terminal([qvctl] + copy.split(), columns=100, TERM="dumb")
 wide = one.type(b"", b" left")
 one.resize(30)
 line = one.type(b"", b"\r") and one.type(b"", b" left")
-output = wide + line + one.type(b"\x03", b"aborting the copy") + one.type(b"\x03", b"stays")
+blanks = one.type(b"", b"\r")  # up to the next report's line
+output = wide + line + blanks + one.type(b"\x03", b"aborting the copy") + one.type(b"\x03", b"stays")
 percent = re.compile(rb" (\d+)% ")
 assert len(line) < 30 and percent.findall(line) == percent.findall(wide)[-1:], output
+assert blanks == b" " * (len(wide.rsplit(b"\r", 1)[1]) - len(line)) + b"\r", "blanks cover the longer line before"
 assert b"\x1b" not in output and b"the partial file /tmp/w/out.bin stays" in output, output
 assert os.WIFSIGNALED(one.end()[0]), "a second Ctrl-C ends qvctl by its signal"
 os.remove("/tmp/w/out.bin")  # a tmpfs holds it in memory

@@ -164,13 +164,18 @@ TEST(QvctlConsoleTest, ACopyHoldsAnEarlyAbortUntilItRunsAndEndsWithItsEndReport)
     rig.WaitForCommands(2);
     EXPECT_EQ(rig.received.back(), "Command:CopyFileAbort\r");
     EXPECT_FALSE(rig.console->Interrupt()) << "a second one is the caller's: it leaves";
-    rig.Reply(Frame(kProgress));
+    // Only the end report ends it: not a tag that looks like a status line, nor
+    // a status before the Response line, nor another case, nor another reply.
+    const std::string notTheEnd = "Response: CopyFile\r\nSrcFileInfoMD5: Status: Abort\r\nStatus: InProgress\r\n";
+    for (const std::string& reply : {notTheEnd, "Status: Abort\r\n"s + notTheEnd, "Response: CopyFile\r\nStatus: abort\r\n"s, kStatus})
+        rig.Reply(Frame(reply));
     test::AdvanceBy(rig.loop, rig.clock, std::chrono::hours(48));
     EXPECT_EQ(rig.received.size(), 2u) << "the abort goes once";
     EXPECT_FALSE(rig.console->Result()) << "without --wait a copy waits for ever";
     rig.Reply(Frame(End("Abort")));
     EXPECT_EQ(rig.console->Result(), ExitStatus::CopyAborted);
-    EXPECT_EQ(rig.out.str(), RenderReply(String(kProgress + kProgress + End("Abort")), OutputMode::Text))
+    const std::string shown = kProgress + notTheEnd + "Status: Abort\r\n" + notTheEnd + "Response: CopyFile\r\nStatus: abort\r\n";
+    EXPECT_EQ(rig.out.str(), RenderReply(String(shown + kStatus + End("Abort")), OutputMode::Text))
         << "off a terminal, every report as it is";
 
     Rig limited;
