@@ -78,6 +78,26 @@ bool ChannelRig::DeliverPage(const HTTPSocket::Headers& headers, const String& c
     return true;
 }
 
+bool ChannelRig::Fetch(const std::string& url) {
+    return RunCommand("GetPageURL", "GetPageURL:" + url + "\r");
+}
+
+bool ChannelRig::Status() {
+    return RunCommand("Status", "Command:Status\r");
+}
+
+bool ChannelRig::RunCommand(const char* word, const std::string& text) {
+    const std::size_t before = framesReceived_.load(std::memory_order_acquire);
+    window_->CommandStr = word;
+    window_->processCommand(String(text));
+    const Clock::time_point start = Clock::now();
+    while (framesReceived_.load(std::memory_order_acquire) == before) {
+        if (Clock::now() - start > kPatience) return false;
+        loop_.RunOnce(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
 std::string ChannelRig::LastFrame() {
     const std::lock_guard lock(lastFrameMutex_);
     return lastFrame_;

@@ -35,11 +35,19 @@ public:
     // loop until the peer has the whole frame. False if it never arrived.
     bool DeliverPage(const HTTPSocket::Headers& headers, const String& content);
 
+    // A GetPageURL command of `url` and its report; a Status command and its
+    // report. False if the report never arrived.
+    bool Fetch(const std::string& url);
+    bool Status();
+
     // The last whole frame the peer received, when it keeps them.
     std::string LastFrame();
 
 private:
     void Drain();
+    // Runs `command` with its word as the current command, then the loop until
+    // the peer has one more whole frame.
+    bool RunCommand(const char* word, const std::string& text);
 
     std::string dir_;
     SystemClock clock_;

@@ -5,9 +5,11 @@ Google Benchmark's JSON output (medians when the run had repetitions),
 qvbench_memory's lines of JSON and qvcopybench's JSON. Exits 1 when a goal is
 missed or a figure is absent. bench/README.md keeps the same table.
 
-Usage: report.py bench.json memory.json copy.json emfile.json
+Usage: report.py FOLDER   (the files that scripts/bench.sh leaves there:
+bench.json, memory.json, copy.json, emfile.json, resident.json)
 """
 import json
+import os
 import statistics
 import sys
 
@@ -79,10 +81,12 @@ def flatness_row(table, runs, figure, family):
 
 
 def main():
-    runs = read_runs(sys.argv[1])
-    memory_path = sys.argv[2] if len(sys.argv) > 2 else None
-    copy_path = sys.argv[3] if len(sys.argv) > 3 else None
-    emfile_path = sys.argv[4] if len(sys.argv) > 4 else None
+    folder = sys.argv[1]
+    runs = read_runs(f"{folder}/bench.json")
+    memory_path = f"{folder}/memory.json"
+    copy_path = f"{folder}/copy.json"
+    emfile_path = f"{folder}/emfile.json"
+    resident_path = f"{folder}/resident.json"
     table = Table()
     ratio_row(table, "Packing 8 MiB of HTML (`MakeFrame`)", "zlib `compress` alone", "at most 0.6",
               lambda: runs["BM_PackFrame"], lambda: runs["BM_ZlibCompress"], 0.6, "cpu_time")
@@ -105,8 +109,8 @@ def main():
         return f"{value:.1f} ms", value < 50
     table.add("Parsing 40,000 repeats of one header", "none", "under 50 ms", header)
 
-    lines = []
-    if memory_path:
+    lines = {}
+    if os.path.exists(memory_path):
         with open(memory_path, encoding="utf-8") as file:
             lines = {line["page"]: line for line in map(json.loads, filter(str.strip, file))}
     for page in ("html", "noise"):
@@ -118,7 +122,7 @@ def main():
                   "at most 4 page sizes", peak)
 
     copy = {}
-    if copy_path:
+    if os.path.exists(copy_path):
         with open(copy_path, encoding="utf-8") as file:
             copy = json.load(file)
 
@@ -146,6 +150,15 @@ def main():
         return f"{e['cpu_percent']:.2f} % over {e['seconds']} s", e["cpu_percent"] < 1
     table.add("CPU with no descriptor to spare and peers knocking (`emfile_cpu.sh`)", "the seconds it ran",
               "under 1 % of one core", out_of_descriptors)
+
+    def resident():
+        with open(resident_path, encoding="utf-8") as file:
+            r = json.load(file)
+        kept = (r["after_kib"] - r["idle_kib"]) / 1024
+        return (f"{kept:.1f} MiB above {r['idle_kib'] / 1024:.1f} MiB idle "
+                f"({r['after_large_kib'] / 1024:.0f} MiB with the page in hand)"), kept <= 64
+    table.add("Resident memory after a 512 MiB page, four small ones and a Status", "the same process idle before",
+              "at most 64 MiB above it", resident)
     return 0 if table.print() else 1
 
 

@@ -11,17 +11,18 @@ build=${QV_BENCH_BUILD:-build}
 
 scripts/setup.sh
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build "$build" --target qvbench qvbench_memory qvcopybench
+cmake --build "$build" --target qvbench qvbench_memory qvbench_resident qvcopybench qvassistant
 
 "$build/bin/qvbench" --benchmark_repetitions=3 --benchmark_report_aggregates_only=true \
   --benchmark_out="$build/bench.json" --benchmark_out_format=json "$@"
 # Peak memory in processes of their own: one line of JSON per page kind.
 for page in html noise; do "$build/bin/qvbench_memory" "$page"; done >"$build/memory.json"
+# What the process keeps after one large page.
+"$build/bin/qvbench_resident" 512 >"$build/resident.json"
 # Whole 1 GiB copies against cp's, and the CPU of the copy's pauses.
 "$build/bin/qvcopybench" "$build/copy.json"
 # The CPU of an assistant that has no descriptor to spare, with peers knocking.
-cmake --build "$build" --target qvassistant
 bench/emfile_cpu.sh "$build/bin/qvassistant" >"$build/emfile.json"
 echo
 # The table of bench/README.md, with this run's values.
-python3 bench/report.py "$build/bench.json" "$build/memory.json" "$build/copy.json" "$build/emfile.json"
+python3 bench/report.py "$build"

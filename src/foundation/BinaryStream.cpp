@@ -86,26 +86,67 @@ BinaryStream::Extent BinaryStream::Reserve(std::int32_t count) {
     return extent;
 }
 
-bool BinaryStream::WriteExtent(const BinaryStream& source, Extent extent) {
-    if (descriptor_ < 0 || source.descriptor_ < 0) return extent.length == 0;
-    auto from = static_cast<off_t>(extent.offset);
-    auto to = static_cast<off_t>(position_);
-    std::uint64_t left = extent.length;
+namespace {
+
+// Copies `length` bytes of `source` from `from` to `destination` at `to`, and
+// gives the offset behind the last byte written there: `to + length` unless
+// the source ended early or a write fell short.
+off_t CopyBytes(int source, off_t from, int destination, off_t to, std::uint64_t length) {
+    std::uint64_t left = length;
     while (left > 0) {
-        const ssize_t n = ::copy_file_range(source.descriptor_, &from, descriptor_, &to, left, 0);
+        const ssize_t n = ::copy_file_range(source, &from, destination, &to, left, 0);
         if (n > 0) {
             left -= static_cast<std::uint64_t>(n);
         } else if (n < 0 && errno == EINTR) {
             continue;
         } else if (n < 0 && (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP)) {
-            CopyThroughMemory(source.descriptor_, from, descriptor_, to, left);
+            CopyThroughMemory(source, from, destination, to, left);
             break;
         } else {
-            break;  // the source ended early or the write failed: what is written stays
+            break;
         }
     }
+    return to;
+}
+
+// The next stretch of data at or behind `at`, cut at `end`; {end, end} when
+// only a hole is left. A file system that cannot tell holes has all data.
+std::pair<off_t, off_t> NextData(int fd, off_t at, off_t end) {
+    const off_t data = ::lseek(fd, at, SEEK_DATA);
+    if (data < 0) return errno == ENXIO ? std::pair{end, end} : std::pair{at, end};
+    if (data >= end) return {end, end};
+    const off_t hole = ::lseek(fd, data, SEEK_HOLE);
+    return {data, hole < data || hole > end ? end : hole};
+}
+
+}  // namespace
+
+bool BinaryStream::WriteExtent(const BinaryStream& source, Extent extent) {
+    if (descriptor_ < 0 || source.descriptor_ < 0) return extent.length == 0;
+    // Only the data is copied: where the source has a hole, this file gets one
+    // too, as cp makes it, and reads back the same zeros.
+    auto from = static_cast<off_t>(extent.offset);
+    const auto end = static_cast<off_t>(extent.offset + extent.length);
+    auto to = static_cast<off_t>(position_);
+    while (from < end) {
+        const auto [data, hole] = NextData(source.descriptor_, from, end);
+        to += data - from;
+        const off_t reached = CopyBytes(source.descriptor_, data, descriptor_, to, static_cast<std::uint64_t>(hole - data));
+        if (reached != to + (hole - data)) {
+            // What was written stays: the file is an exact prefix of the source.
+            position_ = static_cast<std::uint64_t>(reached);
+            return false;
+        }
+        to = reached;
+        from = hole;
+    }
+    // A hole at the end is made by the length alone.
+    struct stat status {};
+    if (::fstat(descriptor_, &status) != 0 || (status.st_size < to && ::ftruncate(descriptor_, to) != 0)) {
+        return false;
+    }
     position_ = static_cast<std::uint64_t>(to);
-    return left == 0;
+    return true;
 }
 
 bool BinaryStream::EndOfFile() const {

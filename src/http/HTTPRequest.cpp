@@ -130,7 +130,7 @@ void HTTPSocket::_SendRequest(const String& action) {
 
 void HTTPSocket::_ResetVariables() {
     // The page's storage serves the next page, unless its reader still holds it.
-    _spareRoom = std::move(_pageText).ReleaseStorage();
+    _KeepAsSpareRoom(std::move(_pageText).ReleaseStorage());
     _pageHeaders = nullptr;
     _httpStatusCode = 0;
     _totalLength = 0;

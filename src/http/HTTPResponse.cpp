@@ -162,6 +162,22 @@ void HTTPSocket::_ProcessPage() {
     } else if (events.PageReceived) {
         events.PageReceived(_processingURL, _httpStatusCode, _pageHeaders, _pageText);
     }
+    // A connection that ended can never bring this page back (only a closed
+    // live one can, at the next failed connect): its memory goes.
+    if (!_connectionValid) _ReleasePage();
+}
+
+void HTTPSocket::_ReleasePage() {
+    _KeepAsSpareRoom(std::move(_pageText).ReleaseStorage());
+}
+
+void HTTPSocket::_KeepAsSpareRoom(std::string storage) {
+    // As much room as everyday pages need stays for the next one; a large
+    // page's goes back, so that an idle process is back near its idle size.
+    constexpr std::size_t kMostSpareRoom = std::size_t{64} << 20;
+    if (storage.capacity() > _spareRoom.capacity() && storage.capacity() <= kMostSpareRoom) {
+        _spareRoom = std::move(storage);
+    }
 }
 
 void HTTPSocket::InputOutOfRoom() {
@@ -171,7 +187,9 @@ void HTTPSocket::InputOutOfRoom() {
 
 void HTTPSocket::SetError(std::int32_t code) {
     mErrorCode = code;
-    if (!synchronous && events.Error) events.Error(code);
+    if (synchronous) return;  // the caller of a blocking form reads the page after this
+    if (events.Error) events.Error(code);
+    _ReleasePage();
 }
 
 HTTPSocket::Headers HTTPSocket::PageHeaders() const {

@@ -110,6 +110,11 @@ private:
     void _ProcessPage();
     // Ends keeping the page in the input buffer: what was kept becomes the page text.
     void _SettlePage();
+    // The page text goes, once nothing can deliver it again; see _KeepAsSpareRoom.
+    void _ReleasePage();
+    // Keeps `storage` as the room for the next page, if it is no larger than
+    // everyday pages need, else gives it back to the heap.
+    void _KeepAsSpareRoom(std::string storage);
     void SetError(std::int32_t code);
     // Forms and authentication.
     String _EncodeURLString(const String& text) const;

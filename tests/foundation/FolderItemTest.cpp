@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "support/Support.h"
 
@@ -58,6 +60,41 @@ TEST(FolderItemTest, PathsStreamsAndKindsOfFiles) {
     EXPECT_FALSE(item("fifo")->OpenAsBinaryFile(false) || item("fifo")->CreateBinaryFile("unknown"));
     item("folder")->CreateAsFolder();
     EXPECT_TRUE(item("folder/")->Directory() && !item("big")->Directory() && !item("big/")->Exists());
+}
+
+TEST(FolderItemTest, ExtentsCopyTheDataAndKeepTheHolesOfTheSource) {
+    test::TempDir dir;
+    constexpr std::size_t kMiB = 1024 * 1024;
+    const struct {
+        const char* layout;
+        std::size_t size;
+        std::vector<std::pair<std::size_t, std::size_t>> data;  // offset, length
+    } cases[] = {
+        {"a hole between data, and one at the end", 9 * kMiB, {{0, 4096}, {3 * kMiB, 5000}}},
+        {"a hole at the start, data across a chunk's end", 5 * kMiB, {{2 * kMiB - 100, 300}, {5 * kMiB - 10, 10}}},
+        {"no data at all", 3 * kMiB, {}},
+        {"no hole at all", kMiB + 3, {{0, kMiB + 3}}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.layout);
+        const std::string from = dir.File("from"), to = dir.File("to");
+        test::WriteFile(from, "");
+        ASSERT_EQ(::truncate(from.c_str(), static_cast<off_t>(c.size)), 0);
+        for (const auto& [offset, length] : c.data) {
+            const auto writer = GetFolderItem(String(from))->OpenAsBinaryFile(true);
+            (void)writer->Reserve(static_cast<std::int32_t>(offset));  // moves the position
+            writer->Write(String(test::Pattern(length, 3)));
+        }
+        const auto source = GetFolderItem(String(from))->OpenAsBinaryFile(false);
+        const auto target = GetFolderItem(String(to))->CreateBinaryFile("unknown");
+        while (!source->EndOfFile()) ASSERT_TRUE(target->WriteExtent(*source, source->Reserve(2 * kMiB)));
+        target->Close();
+        EXPECT_TRUE(test::ReadFile(to) == test::ReadFile(from));
+        struct stat copied {}, original {};
+        ASSERT_EQ(::stat(to.c_str(), &copied), 0);
+        ASSERT_EQ(::stat(from.c_str(), &original), 0);
+        EXPECT_LE(copied.st_blocks, original.st_blocks + 16) << "holes stay holes";
+    }
 }
 
 }  // namespace

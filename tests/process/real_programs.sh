@@ -130,11 +130,14 @@ status=0
   fail "refused fetch: $status $(cat "$work/report")"
 ends_with_zero "the refused fetch"
 
-truncate -s 8G "$work/sparse.bin"
+# A source that keeps growing while it is copied, so that a copy runs until it
+# is stopped.
+head -c 1048576 /dev/urandom >"$work/growing.bin"
+(while :; do head -c 65536 /dev/zero; sleep 0.01; done) >>"$work/growing.bin" & pids+=($!)
 # SIGTERM in the middle of a copy ends the process at once, as the channel's
 # loss would there: no end report, the partial file left as it is.
 start
-"$qvctl" copy --md5 cut-short "$work/sparse.bin" "$work" partial.bin >"$work/cut" 2>&1 & copy_pid=$!
+"$qvctl" copy --md5 cut-short "$work/growing.bin" "$work" partial.bin >"$work/cut" 2>&1 & copy_pid=$!
 wait_for 'grep -q "Status: InProgress" $work/cut' "no progress report"
 kill -TERM "$assistant_pid"
 ends_with_zero "SIGTERM during a copy"
