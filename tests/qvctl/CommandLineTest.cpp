@@ -121,12 +121,10 @@ TEST(QvctlOptionsTest, TheHelpShowsEveryOptionOfTheTableWithItsValueWithinEighty
     EXPECT_EQ(copy.find("--date"), std::string::npos) << "only the options that copy takes";
 }
 
-TEST(QvctlOptionsTest, SessionLinesAreCutIntoWordsAsAShellWould) {
+TEST(QvctlOptionsTest, SessionLinesAreCutIntoWordsAsAShellWould) {  // the rest: the console's session
     const std::pair<std::string_view, std::optional<std::vector<std::string>>> cases[] = {
-        {"  get\thttp://h/  ", std::vector<std::string>{"get", "http://h/"}},
-        {R"(news u --date '2026-11-22 10:00' --goi "a \"b\" \\ \x")", std::vector<std::string>{"news", "u", "--date", "2026-11-22 10:00", "--goi", R"(a "b" \ \x)"}},
-        {R"(a\ b '' c'd'e)", std::vector<std::string>{"a b", "", "cde"}},
-        {"", std::vector<std::string>{}}, {"'open", std::nullopt}, {R"("open\")", std::nullopt}};
+        {R"(--goi "a \"b\" \\ \x" a\ b '')", std::vector<std::string>{"--goi", R"(a "b" \ \x)", "a b", ""}},
+        {"", std::vector<std::string>{}}, {R"("open\")", std::nullopt}};
     for (const auto& [line, words] : cases) EXPECT_EQ(SplitWords(line), words) << line;
 }
 
@@ -157,10 +155,8 @@ TEST(QvctlCommandTest, ACopyIsCheckedLocallyAndSentWithEveryFieldTheTagBehindThe
     };
     test::WriteFile(dir.File("out/keep"), "");
     for (const auto& [arguments, error] : refused) EXPECT_EQ(std::get<std::string>(Localize(arguments)), error);
-    for (const char* path : {"sub/", "/abs.bin", "a//b.bin"}) {
-        EXPECT_EQ(std::get<std::string>(Localize({dir.File("src.bin"), dir.Path(), path})),
-                  "DEST_PATH '" + std::string(path) + "' must be relative, with no empty part (no '/' at either end, no '//')");
-    }
+    for (const char* path : {"sub/", "/abs.bin", "a//b.bin"})
+        EXPECT_TRUE(std::get<std::string>(Localize({dir.File("src.bin"), dir.Path(), path})).ends_with("(no '/' at either end, no '//')"));
 
     LocalCopy given{{"/srv/m\xC3\xA9" "dia/x", "/backup", "c.txt"}, 4096};
     EXPECT_EQ(CommandText(CopyFileFields(given, 123456)).Bytes(),

@@ -200,10 +200,11 @@ TEST(QvctlConsoleTest, ASessionRunsItsLinesInOrderAndEndsOnceTheirRepliesAreIn) 
     Rig rig;
     rig.Session();
     rig.console->Start();
-    for (const char* line : {"  # a comment", "status --json", "bogus", "copy " , "show", "status --socket /x"}) {
+    // Lines are cut into words as a shell would: blanks, '...', "...", and a backslash before any character.
+    for (const char* line : {"  # a comment", "\tstatus  --json ", "bogus", "copy ", "'open", "show", "status --socket /x"}) {
         rig.console->TakeLine(line);
     }
-    rig.console->TakeLine("copy '" + rig.dir.File("src.bin") + "' " + rig.dir.File("out") + " c.bin");
+    rig.console->TakeLine("copy '" + rig.dir.File("src") + "'.bin \"" + rig.dir.File("out") + "\" c\\.b'i'n");
     rig.console->TakeLine("status");
     rig.console->TakeLine("quit");
     rig.console->TakeLine("status");
@@ -221,7 +222,7 @@ TEST(QvctlConsoleTest, ASessionRunsItsLinesInOrderAndEndsOnceTheirRepliesAreIn) 
                              R"({"name":"HTTPError","value":""}],"body":""})" "\n" +
                                  RenderReply(String(End("Complete") + kStatus), OutputMode::Text));
     EXPECT_EQ(rig.error.str(), "qvctl: unknown command 'bogus'\nqvctl: copy needs SOURCE DEST_FOLDER DEST_PATH\n"
-                               "qvctl: a session has its one connection already\n"
+                               "qvctl: a quote is left open\nqvctl: a session has its one connection already\n"
                                "qvctl: queued behind the copy; the assistant runs it once the copy has ended\n");
 }
 
