@@ -95,10 +95,14 @@ assert blanks == b" " * (len(wide.rsplit(b"\r", 1)[1]) - len(line)) + b"\r", "bl
 assert b"\x1b" not in output and b"the partial file /tmp/w/out.bin stays" in output, output
 assert os.WIFSIGNALED(one.end()[0]), "a second Ctrl-C ends qvctl by its signal"
 
-# Completion: a name with a blank is one word; a folder ends in a slash.
+# Completion: commands, each command's own options, files where they go: a name
+# with a blank is one word, a folder ends in a slash.
 shell = Terminal(["/bin/bash", "--norc", "--noprofile", "-i"], fresh_assistant=False, PS1="$ ")
 shell.type(f"source {completion}\r".encode(), b"$ ")
-shell.type(b"qvctl copy a\t", b"qvctl copy a\\ file.bin ")
+for typed, shown in [(b"hel", b"help "), (b"--j", b"--json "), (b"--wait 3 copy --t", b"--wait 3 copy --total "),
+                     (b"status --t", b"status --t\x07")]:
+    shell.type(b"\x15qvctl " + typed + b"\t", b"qvctl " + shown)
+shell.type(b"\x15qvctl copy a\t", b"qvctl copy a\\ file.bin ")
 shell.type(b"\x15qvctl copy x s\t", b"qvctl copy x sub/")
 shell.type(b"\x15exit\r", b"exit")
 shell.end()
