@@ -84,7 +84,7 @@ void RSSDownloadWindow::copyFileData(const std::shared_ptr<FolderItem>& source,
         if (!output->WriteExtent(*input, chunk)) break;
         // The yield point at the end of each chunk: a signal that ends the
         // process gets in here, and unwinds the copy where it stands.
-        loop_.AwaitReady({}, Duration::zero());
+        loop_.Await({}, Duration::zero());
     }
     input->Close();
     output->Close();
@@ -116,8 +116,8 @@ void RSSDownloadWindow::pauseForEvents() {
         channel.Poll();
         const auto left =
             std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil((end - now) / 1000.0)));
-        const pollfd sockets[] = {tcp.Readiness(), channel.Readiness()};
-        loop_.AwaitReady(sockets, left);  // and the signals that end the process
+        const RunLoop::SourceId sockets[] = {tcp.Source(), channel.Source()};
+        loop_.Await(sockets, left);  // and the signals that end the process
     }
 }
 

@@ -115,19 +115,16 @@ void IPCSocket::WatchPath() {
 void IPCSocket::Connect() {
     Close();
     const std::string path(path_.Bytes());
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.empty() || path.size() >= sizeof address.sun_path) {
+    SocketAddress address;
+    auto& local = reinterpret_cast<sockaddr_un&>(address.storage);
+    if (path.empty() || path.size() >= sizeof local.sun_path) {
         Fail(SocketError::InvalidState);
         return;
     }
-    std::memcpy(address.sun_path, path.data(), path.size());
-    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (fd < 0) {
-        Fail(SocketError::FromErrno(errno));
-        return;
-    }
-    StartConnecting(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    local.sun_family = AF_UNIX;
+    std::memcpy(local.sun_path, path.data(), path.size());
+    address.length = sizeof local;
+    StartConnecting({address}, 0);
 }
 
 }  // namespace qv

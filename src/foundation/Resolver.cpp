@@ -11,7 +11,7 @@
 namespace qv {
 
 // c-ares calls back only while the resolver lives: from the loop, or from
-// ares_destroy in its destructor (ARES_EDESTRUCTION).
+// ares_destroy (ARES_EDESTRUCTION).
 struct Resolver::Request {
     Resolver* resolver;
     std::uint64_t generation;
@@ -24,35 +24,67 @@ void InitializeLibraryOnce() {
     std::call_once(once, [] { ares_library_init(ARES_LIB_INIT_ALL); });
 }
 
-// The address to use out of a lookup result: the first IPv4 one, else the first.
-const ares_addrinfo_node* Preferred(const ares_addrinfo* result) {
-    if (!result) return nullptr;
-    for (const ares_addrinfo_node* node = result->nodes; node; node = node->ai_next) {
-        if (node->ai_family == AF_INET) return node;
-    }
-    return result->nodes;
-}
+// Besides the configuration itself, what c-ares reads once, when it is made:
+// the order of the sources of names.
+constexpr const char* kLookupOrderFiles[] = {"/etc/nsswitch.conf", "/etc/host.conf"};
 
 }  // namespace
 
-Resolver::Resolver(RunLoop& loop) : loop_(loop) {
+bool Resolver::Stamp::operator==(const Stamp& other) const {
+    return device == other.device && inode == other.inode && size == other.size &&
+           changed.tv_sec == other.changed.tv_sec && changed.tv_nsec == other.changed.tv_nsec;
+}
+
+Resolver::Resolver(RunLoop& loop, RunLoop::SourceId source, ResolverSettings settings)
+    : loop_(loop), source_(source), settings_(std::move(settings)) {
     InitializeLibraryOnce();
-    ares_options options{};
-    options.sock_state_cb = OnSocketState;
-    options.sock_state_cb_data = this;
-    if (ares_init_options(&channel_, &options, ARES_OPT_SOCK_STATE_CB) != ARES_SUCCESS) channel_ = nullptr;
 }
 
 Resolver::~Resolver() {
     if (channel_) ares_destroy(channel_);
 }
 
+std::vector<Resolver::Stamp> Resolver::ConfigurationStamps() const {
+    std::vector<Stamp> stamps;
+    const auto stampOf = [](const char* path) {
+        struct stat info {};
+        if (::stat(path, &info) != 0) return Stamp{};
+        return Stamp{info.st_dev, info.st_ino, info.st_size, info.st_mtim};
+    };
+    stamps.push_back(stampOf(settings_.configuration.c_str()));
+    for (const char* path : kLookupOrderFiles) stamps.push_back(stampOf(path));
+    return stamps;
+}
+
+void Resolver::Refresh() {
+    std::vector<Stamp> stamps = ConfigurationStamps();
+    if (channel_ && stamps == stamps_) return;
+    if (channel_) ares_destroy(channel_);
+    channel_ = nullptr;
+    watches_.clear();
+    timeout_.Reset();
+    std::string configuration = settings_.configuration;
+    ares_options options{};
+    options.sock_state_cb = OnSocketState;
+    options.sock_state_cb_data = this;
+    options.resolvconf_path = configuration.data();
+    int mask = ARES_OPT_SOCK_STATE_CB | ARES_OPT_RESOLVCONF;
+    if (settings_.port != 0) {
+        options.udp_port = settings_.port;
+        options.tcp_port = settings_.port;
+        mask |= ARES_OPT_UDP_PORT | ARES_OPT_TCP_PORT;
+    }
+    if (ares_init_options(&channel_, &options, mask) != ARES_SUCCESS) channel_ = nullptr;
+    stamps_ = std::move(stamps);
+}
+
 void Resolver::Lookup(const std::string& host, Done done) {
     Cancel();
     done_ = std::move(done);
+    Refresh();
     if (!channel_) {
-        result_ = Result{generation_, {}, 0};
-        delivery_ = loop_.Post([this] { DeliverResult(); });
+        result_ = Result{generation_, {}};
+        delivery_ = loop_.Post([this] { DeliverResult(); }, source_);
         return;
     }
     ares_addrinfo_hints hints{};
@@ -68,43 +100,32 @@ void Resolver::Cancel() {
     result_.reset();
 }
 
-void Resolver::Poll() {
-    std::vector<pollfd> fds;
-    for (const auto& [fd, watch] : watches_) fds.push_back(pollfd{fd, POLLIN | POLLOUT, 0});
-    if (!fds.empty() && poll(fds.data(), fds.size(), 0) > 0) {
-        for (const pollfd& fd : fds) {
-            if (fd.revents == 0) continue;
-            const bool readable = fd.revents & (POLLIN | POLLERR | POLLHUP);
-            const bool writable = fd.revents & POLLOUT;
-            ares_process_fd(channel_, readable ? fd.fd : ARES_SOCKET_BAD, writable ? fd.fd : ARES_SOCKET_BAD);
-        }
-    }
-    if (channel_) Process(ARES_SOCKET_BAD, ARES_SOCKET_BAD);  // time-outs due by now
-    DeliverResult();
-}
-
 void Resolver::OnResult(void* arg, int status, int /*timeouts*/, ares_addrinfo* result) {
     std::unique_ptr<Request> request(static_cast<Request*>(arg));
-    Result found{request->generation, {}, 0};
-    if (const ares_addrinfo_node* node = status == ARES_SUCCESS ? Preferred(result) : nullptr) {
-        found.length = static_cast<socklen_t>(std::min<std::size_t>(node->ai_addrlen, sizeof found.address));
-        std::memcpy(&found.address, node->ai_addr, found.length);
+    Result found{request->generation, {}};
+    if (status == ARES_SUCCESS && result) {
+        for (const ares_addrinfo_node* node = result->nodes; node; node = node->ai_next) {
+            SocketAddress address;
+            address.length = static_cast<socklen_t>(std::min<std::size_t>(node->ai_addrlen, sizeof address.storage));
+            std::memcpy(&address.storage, node->ai_addr, address.length);
+            found.addresses.push_back(address);
+        }
     }
     if (result) ares_freeaddrinfo(result);
     Resolver& self = *request->resolver;
     if (status == ARES_EDESTRUCTION || self.generation_ != request->generation) return;
-    self.result_ = found;
+    self.result_ = std::move(found);
     // Delivered from the loop: c-ares may call back from inside ares_getaddrinfo.
-    self.delivery_ = self.loop_.Post([&self] { self.DeliverResult(); });
+    self.delivery_ = self.loop_.Post([&self] { self.DeliverResult(); }, self.source_);
 }
 
 void Resolver::DeliverResult() {
     if (!result_ || result_->generation != generation_ || !done_) return;
-    const Result result = *result_;
+    std::vector<SocketAddress> addresses = std::move(result_->addresses);
     result_.reset();
     Done done = std::move(done_);
     done_ = nullptr;
-    done(result.length ? reinterpret_cast<const sockaddr*>(&result.address) : nullptr, result.length);
+    done(std::move(addresses));
 }
 
 void Resolver::OnSocketState(void* data, int fd, int readable, int writable) {
@@ -116,11 +137,14 @@ void Resolver::OnSocketState(void* data, int fd, int readable, int writable) {
     } else if (it != self->watches_.end()) {
         it->second.SetEvents(events);
     } else {
-        self->watches_[fd] = self->loop_.AddWatch(fd, events, [self, fd](short revents) {
-            const bool readable = revents & (POLLIN | POLLERR | POLLHUP);
-            const bool writable = revents & POLLOUT;
-            self->Process(readable ? fd : ARES_SOCKET_BAD, writable ? fd : ARES_SOCKET_BAD);
-        });
+        self->watches_[fd] = self->loop_.AddWatch(
+            fd, events,
+            [self, fd](short revents) {
+                const bool readable = revents & (POLLIN | POLLERR | POLLHUP);
+                const bool writable = revents & POLLOUT;
+                self->Process(readable ? fd : ARES_SOCKET_BAD, writable ? fd : ARES_SOCKET_BAD);
+            },
+            self->source_);
     }
 }
 
@@ -135,7 +159,7 @@ void Resolver::RescheduleTimeout() {
     if (!ares_timeout(channel_, nullptr, &wait)) return;
     const TimePoint due =
         loop_.GetClock().Now() + std::chrono::seconds(wait.tv_sec) + std::chrono::microseconds(wait.tv_usec);
-    timeout_ = loop_.AddTimer(due, [this] { Process(ARES_SOCKET_BAD, ARES_SOCKET_BAD); });
+    timeout_ = loop_.AddTimer(due, [this] { Process(ARES_SOCKET_BAD, ARES_SOCKET_BAD); }, source_);
 }
 
 }  // namespace qv

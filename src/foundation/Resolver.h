@@ -1,6 +1,6 @@
 #pragma once
 
-#include <sys/socket.h>
+#include <sys/stat.h>
 
 #include <cstdint>
 #include <functional>
@@ -8,51 +8,77 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "foundation/RunLoop.h"
+#include "foundation/SocketAddress.h"
 
 struct ares_channeldata;
 struct ares_addrinfo;
 
 namespace qv {
 
+// Where names are looked up: the system's resolver configuration, unless a
+// test points elsewhere.
+struct ResolverSettings {
+    // The name servers and search rules. /etc/hosts, which is read at each
+    // lookup, comes before them.
+    std::string configuration = "/etc/resolv.conf";
+    // The servers' port, 0 for their own (53): a test serves names elsewhere.
+    std::uint16_t port = 0;
+};
+
 // Host name lookup through c-ares, driven by the run loop, so a slow name
-// server never blocks the one thread.
+// server never blocks the one thread. It follows the system's changes: a
+// lookup uses the configuration as it is when the lookup starts (a laptop
+// that moved to another network has other name servers), since the resolver
+// is made anew whenever one of its configuration files has changed.
 class Resolver {
 public:
-    // `address` is null when the name could not be resolved.
-    using Done = std::function<void(const sockaddr* address, socklen_t length)>;
+    // Every address of the name in the resolver's order; none when the name
+    // could not be resolved.
+    using Done = std::function<void(std::vector<SocketAddress> addresses)>;
 
-    explicit Resolver(RunLoop& loop);
+    // Its registrations carry `source` (the socket that looks names up).
+    Resolver(RunLoop& loop, RunLoop::SourceId source, ResolverSettings settings = {});
     Resolver(const Resolver&) = delete;
     Resolver& operator=(const Resolver&) = delete;
     ~Resolver();
 
     // Starts looking `host` up. `done` runs later from the loop, never inside
     // this call. A new lookup or Cancel drops the result of the one before.
-    // An IPv4 address is preferred when the name has both kinds.
     void Lookup(const std::string& host, Done done);
     void Cancel();
-    // Drives the lookup without waiting, outside the loop: a blocking caller
-    // that polls its socket must see the name resolved too. A result that is
-    // in is delivered before this returns.
-    void Poll();
 
 private:
     struct Request;
-    static void OnSocketState(void* data, int fd, int readable, int writable);
     struct Result {
         std::uint64_t generation;
-        sockaddr_storage address;
-        socklen_t length;
+        std::vector<SocketAddress> addresses;
     };
+    // What identifies a file's version; a missing file has its own.
+    struct Stamp {
+        dev_t device = 0;
+        ino_t inode = 0;
+        off_t size = -1;
+        timespec changed{};
+        bool operator==(const Stamp& other) const;
+    };
+
+    static void OnSocketState(void* data, int fd, int readable, int writable);
     static void OnResult(void* arg, int status, int timeouts, ares_addrinfo* result);
+    std::vector<Stamp> ConfigurationStamps() const;
+    // Makes the c-ares channel anew when the configuration changed since.
+    void Refresh();
     void Process(int readFd, int writeFd);
     void RescheduleTimeout();
     void DeliverResult();
 
     RunLoop& loop_;
+    const RunLoop::SourceId source_;
+    const ResolverSettings settings_;
     ares_channeldata* channel_ = nullptr;
+    std::vector<Stamp> stamps_;
     std::map<int, RunLoop::Watch> watches_;
     RunLoop::Pending timeout_;
     RunLoop::Pending delivery_;

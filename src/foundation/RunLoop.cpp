@@ -1,5 +1,6 @@
 #include "foundation/RunLoop.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "foundation/DebugLog.h"
@@ -51,22 +52,28 @@ void RunLoop::Watch::SetEvents(short events) {
     if (auto it = loop_->watches_.find(id_); it != loop_->watches_.end()) it->second.events = events;
 }
 
-RunLoop::Watch RunLoop::AddWatch(int fd, short events, ReadyCallback onReady, Urgency urgency) {
+RunLoop::Watch RunLoop::AddWatch(int fd, short events, ReadyCallback onReady, SourceId source) {
     const std::uint64_t id = nextId_++;
-    watches_.emplace(id, WatchEntry{fd, events, std::move(onReady), urgency});
+    watches_.emplace(id, WatchEntry{fd, events, std::move(onReady), source, false});
     return Watch(this, Registration::Kind::Watch, id);
 }
 
-RunLoop::Pending RunLoop::AddTimer(TimePoint due, Callback onDue) {
+RunLoop::Watch RunLoop::AddUrgentWatch(int fd, short events, ReadyCallback onReady) {
     const std::uint64_t id = nextId_++;
-    timers_.emplace(id, TimerEntry{due, std::move(onDue)});
+    watches_.emplace(id, WatchEntry{fd, events, std::move(onReady), kNoSource, true});
+    return Watch(this, Registration::Kind::Watch, id);
+}
+
+RunLoop::Pending RunLoop::AddTimer(TimePoint due, Callback onDue, SourceId source) {
+    const std::uint64_t id = nextId_++;
+    timers_.emplace(id, TimerEntry{due, std::move(onDue), source});
     timerOrder_.emplace(due, id);
     return Pending(this, Registration::Kind::Timer, id);
 }
 
-RunLoop::Pending RunLoop::Post(Callback call) {
+RunLoop::Pending RunLoop::Post(Callback call, SourceId source) {
     const std::uint64_t id = nextId_++;
-    posted_.emplace(id, std::move(call));
+    posted_.emplace(id, PostedCall{std::move(call), source});
     return Pending(this, Registration::Kind::Call, id);
 }
 
@@ -123,24 +130,78 @@ void RunLoop::RunOnce(std::optional<Duration> maxWait) {
     RunPosted();
 }
 
-void RunLoop::AwaitReady(std::span<const pollfd> fds, Duration maxWait) {
-    std::vector<pollfd> waited(fds.begin(), fds.end());
-    std::vector<std::uint64_t> ids(waited.size(), 0);  // the caller's, not delivered here
+void RunLoop::CollectWatches(const std::function<bool(const WatchEntry&)>& wanted, std::vector<pollfd>& fds,
+                             std::vector<std::uint64_t>& ids) const {
     for (const auto& [id, watch] : watches_) {
-        if (watch.urgency != Urgency::Urgent) continue;
-        waited.push_back(pollfd{watch.fd, watch.events, 0});
+        if (!wanted(watch)) continue;
+        fds.push_back(pollfd{watch.fd, watch.events, 0});
         ids.push_back(id);
     }
-    if (poll(waited.data(), waited.size(), CeilToMs(maxWait)) <= 0) return;
-    // On the waiting handler's stack, as Poll delivers: what a handler throws
-    // (the end of the process) unwinds the handler that waits.
-    for (std::size_t i = fds.size(); i < waited.size(); ++i) {
-        if (waited[i].revents == 0) continue;
+}
+
+void RunLoop::RunReady(const std::vector<pollfd>& fds, const std::vector<std::uint64_t>& ids) {
+    for (std::size_t i = 0; i < fds.size(); ++i) {
+        if (fds[i].revents == 0) continue;
         auto it = watches_.find(ids[i]);
         if (it == watches_.end()) continue;
         const ReadyCallback onReady = it->second.onReady;
-        onReady(waited[i].revents);
+        onReady(fds[i].revents);
     }
+}
+
+void RunLoop::Pump(SourceId source) {
+    std::vector<pollfd> fds;
+    std::vector<std::uint64_t> ids;
+    CollectWatches([source](const WatchEntry& watch) { return watch.source == source; }, fds, ids);
+    if (!fds.empty() && poll(fds.data(), fds.size(), 0) > 0) RunReady(fds, ids);
+
+    const TimePoint now = clock_.Now();
+    std::vector<std::uint64_t> due;
+    for (auto it = timerOrder_.begin(); it != timerOrder_.end() && it->first <= now; ++it) {
+        if (timers_.at(it->second).source == source) due.push_back(it->second);
+    }
+    for (const std::uint64_t id : due) {
+        auto it = timers_.find(id);
+        if (it == timers_.end()) continue;
+        const Callback onDue = std::move(it->second.onDue);
+        timerOrder_.erase({it->second.due, id});
+        timers_.erase(it);
+        onDue();
+    }
+
+    std::vector<std::uint64_t> calls;  // those posted before; later ones wait
+    for (const auto& [id, posted] : posted_) {
+        if (posted.source == source) calls.push_back(id);
+    }
+    for (const std::uint64_t id : calls) {
+        auto it = posted_.find(id);
+        if (it == posted_.end()) continue;  // cancelled by an earlier handler
+        const Callback call = std::move(it->second.call);
+        posted_.erase(it);
+        call();
+    }
+}
+
+void RunLoop::Await(std::span<const SourceId> sources, Duration maxWait) {
+    const auto ofSources = [sources](SourceId source) {
+        return source != kNoSource && std::find(sources.begin(), sources.end(), source) != sources.end();
+    };
+    Duration wait = maxWait;
+    for (const auto& [id, call] : posted_) {
+        if (ofSources(call.source)) wait = Duration::zero();
+    }
+    for (const auto& [due, id] : timerOrder_) {
+        if (ofSources(timers_.at(id).source)) wait = std::min(wait, due - clock_.Now());
+    }
+    std::vector<pollfd> fds;
+    std::vector<std::uint64_t> ids;
+    CollectWatches([&](const WatchEntry& watch) { return watch.urgent || ofSources(watch.source); }, fds, ids);
+    if (poll(fds.data(), fds.size(), CeilToMs(wait)) <= 0) return;
+    // Only the urgent ones: the caller delivers what is its own (Pump).
+    for (std::size_t i = 0; i < fds.size(); ++i) {
+        if (!watches_.at(ids[i]).urgent) fds[i].revents = 0;
+    }
+    RunReady(fds, ids);
 }
 
 void RunLoop::DeliverReady(const std::vector<pollfd>& fds, const std::vector<std::uint64_t>& ids) {
@@ -179,7 +240,7 @@ void RunLoop::RunPosted() {
     // and one cancelled meanwhile does not run.
     const std::uint64_t boundary = nextId_;
     while (!stopping_ && !posted_.empty() && posted_.begin()->first < boundary) {
-        const Callback call = std::move(posted_.begin()->second);
+        const Callback call = std::move(posted_.begin()->second.call);
         posted_.erase(posted_.begin());
         Invoke(call);
     }

@@ -83,6 +83,12 @@ public:
         friend class RunLoop;
     };
 
+    // The registrations of one owner (a socket, with its name lookup and its
+    // connection attempts) carry its source, so that a handler can deliver
+    // that owner's events alone (Pump) or wait for them (Await). 0: none.
+    using SourceId = std::uint64_t;
+    static constexpr SourceId kNoSource = 0;
+
     explicit RunLoop(Clock& clock);
     RunLoop(const RunLoop&) = delete;
     RunLoop& operator=(const RunLoop&) = delete;
@@ -90,16 +96,18 @@ public:
 
     Clock& GetClock() const { return clock_; }
 
-    // An urgent watch is delivered by every wait of the thread, also by a
-    // handler that waits without letting the rest of the program in (see
-    // AwaitReady): the signals that end the process.
-    enum class Urgency { Normal, Urgent };
-    [[nodiscard]] Watch AddWatch(int fd, short events, ReadyCallback onReady, Urgency urgency = Urgency::Normal);
+    SourceId NewSource() { return nextSource_++; }
+
+    [[nodiscard]] Watch AddWatch(int fd, short events, ReadyCallback onReady, SourceId source = kNoSource);
+    // A watch that every wait of the thread delivers, also that of a handler
+    // which waits without letting the rest of the program in (Await): the
+    // signals that end the process.
+    [[nodiscard]] Watch AddUrgentWatch(int fd, short events, ReadyCallback onReady);
     // A one-shot entry due at `due` on the loop's clock.
-    [[nodiscard]] Pending AddTimer(TimePoint due, Callback onDue);
+    [[nodiscard]] Pending AddTimer(TimePoint due, Callback onDue, SourceId source = kNoSource);
     std::optional<TimePoint> NextTimerDue() const;
     // Runs `call` in a later pass, after the calls posted before it.
-    [[nodiscard]] Pending Post(Callback call);
+    [[nodiscard]] Pending Post(Callback call, SourceId source = kNoSource);
 
     // Passes until Stop.
     void Run();
@@ -113,12 +121,17 @@ public:
     bool Stopping() const { return stopping_; }
     int ExitStatus() const { return exitStatus_; }
 
+    // For code inside a handler that must see one owner's events and no other
+    // handler's (a socket's Poll): delivers, without waiting and on the
+    // caller's stack, the ready watches of `source`, its due timers and the
+    // calls it posted before. What a handler throws goes to the caller.
+    void Pump(SourceId source);
     // For a handler that must wait inside the loop's thread without running
-    // other handlers (the copy's pause): waits up to `maxWait` until one of
-    // `fds` is ready for its events, or an urgent watch is, and delivers the
-    // urgent watches that are, on the caller's stack; the caller looks after
-    // its own descriptors. With no wait it only delivers what is urgent.
-    void AwaitReady(std::span<const pollfd> fds, Duration maxWait);
+    // other handlers (the copy's pause, the blocking HTTP forms): waits up to
+    // `maxWait` until one of `sources` has something to deliver, or an urgent
+    // watch is ready, and delivers the urgent watches alone, on the caller's
+    // stack. With no wait it only delivers what is urgent.
+    void Await(std::span<const SourceId> sources, Duration maxWait);
 
     void SetWaitStep(std::unique_ptr<WaitStep> waitStep);
     // Receives exceptions that escape a handler; the loop then goes on. The
@@ -130,16 +143,27 @@ private:
         int fd;
         short events;
         ReadyCallback onReady;
-        Urgency urgency;
+        SourceId source;
+        bool urgent;
     };
     struct TimerEntry {
         TimePoint due;
         Callback onDue;
+        SourceId source;
+    };
+    struct PostedCall {
+        Callback call;
+        SourceId source;
     };
 
     void Unregister(Registration::Kind kind, std::uint64_t id);
     int TimeoutMs(std::optional<Duration> maxWait) const;
     void DeliverReady(const std::vector<pollfd>& fds, const std::vector<std::uint64_t>& ids);
+    // The watches that a wait for `wanted` looks at, and their ids.
+    void CollectWatches(const std::function<bool(const WatchEntry&)>& wanted, std::vector<pollfd>& fds,
+                        std::vector<std::uint64_t>& ids) const;
+    // Runs the ready ones of `fds`, on the caller's stack.
+    void RunReady(const std::vector<pollfd>& fds, const std::vector<std::uint64_t>& ids);
     void FireDueTimers();
     void RunPosted();
     void Invoke(const Callback& call);
@@ -150,9 +174,10 @@ private:
     std::map<std::uint64_t, WatchEntry> watches_;
     std::map<std::uint64_t, TimerEntry> timers_;
     std::set<std::pair<TimePoint, std::uint64_t>> timerOrder_;
-    // Posted calls in order; a cancelled one leaves its id's entry empty.
-    std::map<std::uint64_t, Callback> posted_;
+    // Posted calls in order.
+    std::map<std::uint64_t, PostedCall> posted_;
     std::uint64_t nextId_ = 1;
+    SourceId nextSource_ = 1;
     bool stopping_ = false;
     int exitStatus_ = 0;
 };

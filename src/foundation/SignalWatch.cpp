@@ -32,7 +32,7 @@ SignalWatch::SignalWatch(RunLoop& loop, std::initializer_list<int> signals,
     if (gWriteFd >= 0) throw std::logic_error("one SignalWatch at a time");
     if (pipe2(pipe_, O_NONBLOCK | O_CLOEXEC) != 0) return;
     gWriteFd = pipe_[1];
-    watch_ = loop_.AddWatch(pipe_[0], POLLIN, [this](short) { TakeSignals(); }, RunLoop::Urgency::Urgent);
+    watch_ = loop_.AddUrgentWatch(pipe_[0], POLLIN, [this](short) { TakeSignals(); });
     struct sigaction action {};
     action.sa_handler = OnSignal;
     // Output that a signal interrupts goes on rather than failing with EINTR.

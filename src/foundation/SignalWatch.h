@@ -11,7 +11,7 @@ namespace qv {
 // Delivers signals as events of the loop. The handler only writes the
 // signal's number to a pipe; `onSignal` runs later, on the loop's thread, in
 // an ordinary pass or in a handler's own wait (the watch is urgent, see
-// RunLoop::AwaitReady), where it may do anything, throw included. Each signal that arrives is
+// RunLoop::Await), where it may do anything, throw included. Each signal that arrives is
 // delivered once, in order. One watch at a time per process, since the
 // handler knows a single pipe: making a second while one lives throws
 // std::logic_error. When the watch goes, its signals get back their default

@@ -28,7 +28,7 @@ std::int32_t ClampToInt32(std::size_t n) {
 
 }  // namespace
 
-SocketCore::SocketCore(RunLoop& loop) : loop_(loop) {}
+SocketCore::SocketCore(RunLoop& loop) : loop_(loop), source_(loop.NewSource()) {}
 
 SocketCore::~SocketCore() {
     if (destroyed_) *destroyed_ = true;
@@ -37,6 +37,7 @@ SocketCore::~SocketCore() {
 
 void SocketCore::Close() {
     OnClose();
+    race_.reset();
     CloseDescriptor();
     output_.Clear();
     pendingConnected_ = pendingData_ = pendingSendComplete_ = pendingError_ = false;
@@ -46,17 +47,6 @@ void SocketCore::Purge() {
     input_.Clear();
     output_.Clear();
     UpdateInterest();
-}
-
-void SocketCore::Poll() {
-    if (fd_ >= 0) {
-        pollfd probe{fd_, Interest(), 0};
-        if (poll(&probe, 1, 0) > 0) {
-            Service(probe.revents);
-            return;
-        }
-    }
-    DeliverPending();
 }
 
 std::int32_t SocketCore::BytesAvailable() const {
@@ -96,24 +86,24 @@ void SocketCore::Adopt(int fd, State state) {
     CloseDescriptor();
     fd_ = fd;
     state_ = state;
-    watch_ = loop_.AddWatch(fd, 0, [this](short revents) { Service(revents); });
+    watch_ = loop_.AddWatch(fd, 0, [this](short revents) { Service(revents); }, source_);
     UpdateInterest();
 }
 
-void SocketCore::StartConnecting(int fd, const sockaddr* address, socklen_t length) {
-    if (connect(fd, address, length) == 0) {
-        Adopt(fd, State::Connected);
-        MarkConnected();
-    } else if (errno == EINPROGRESS) {
-        Adopt(fd, State::Connecting);
-    } else if (errno == EAGAIN) {
-        close(fd);
-        Fail(SocketError::LostConnection);  // a local listener whose queue is full refuses
-    } else {
-        const int error = errno;
-        close(fd);
-        Fail(SocketError::FromErrno(error));
-    }
+void SocketCore::StartConnecting(const std::vector<SocketAddress>& addresses, std::uint16_t port) {
+    CloseDescriptor();
+    state_ = State::Connecting;
+    race_ = std::make_unique<ConnectionRace>(
+        loop_, source_, addresses, port,
+        [this](Descriptor connection) {
+            race_.reset();
+            Adopt(connection.Release(), State::Connected);
+            MarkConnected();
+        },
+        [this](std::int32_t code) {
+            race_.reset();
+            Fail(code);
+        });
 }
 
 void SocketCore::InputOutOfRoom() {
@@ -143,9 +133,6 @@ void SocketCore::CloseDescriptor() {
 
 void SocketCore::Service(short revents) {
     switch (state_) {
-        case State::Connecting:
-            if (revents & (POLLOUT | POLLERR | POLLHUP)) FinishConnect();
-            break;
         case State::Connected:
             if (revents & (POLLIN | POLLERR | POLLHUP)) ReadInput();
             if (state_ == State::Connected && (revents & POLLOUT)) FlushOutput();
@@ -153,22 +140,10 @@ void SocketCore::Service(short revents) {
         case State::Closed:
         case State::Resolving:
         case State::Listening:
+        case State::Connecting:
             break;
     }
     DeliverPending();
-}
-
-void SocketCore::FinishConnect() {
-    int error = 0;
-    socklen_t length = sizeof error;
-    if (getsockopt(fd_, SOL_SOCKET, SO_ERROR, &error, &length) < 0) error = errno;
-    if (error == EINPROGRESS) return;
-    if (error != 0) {
-        Fail(SocketError::FromErrno(error));
-        return;
-    }
-    MarkConnected();
-    FlushOutput();
 }
 
 void SocketCore::ReadInput() {
@@ -227,13 +202,12 @@ void SocketCore::FlushOutput() {
 
 short SocketCore::Interest() const {
     switch (state_) {
-        case State::Connecting:
-            return POLLOUT;
         case State::Connected:
             return static_cast<short>(POLLIN | (output_.IsEmpty() ? 0 : POLLOUT));
         case State::Closed:
         case State::Resolving:
         case State::Listening:
+        case State::Connecting:
             break;
     }
     return 0;
@@ -246,10 +220,12 @@ void SocketCore::UpdateInterest() {
 void SocketCore::ScheduleDelivery() {
     if (deliveryScheduled_) return;
     // Owned by this socket: it goes with it, so it never runs for a gone one.
-    delivery_ = loop_.Post([this] {
-        deliveryScheduled_ = false;
-        DeliverPending();
-    });
+    delivery_ = loop_.Post(
+        [this] {
+            deliveryScheduled_ = false;
+            DeliverPending();
+        },
+        source_);
     deliveryScheduled_ = true;
 }
 

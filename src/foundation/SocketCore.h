@@ -1,13 +1,14 @@
 #pragma once
 
-#include <poll.h>
 #include <sys/socket.h>
 
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "foundation/ByteQueue.h"
+#include "foundation/ConnectionRace.h"
 #include "foundation/RunLoop.h"
 #include "foundation/SendQueue.h"
 #include "foundation/String.h"
@@ -45,11 +46,10 @@ public:
     void Purge();
     // Looks at this socket at once, without waiting, and delivers its due events
     // before returning. It runs no other socket's events and no timers.
-    virtual void Poll();
-    // What to wait for on this socket now, for a caller that polls in a loop
-    // and sleeps between polls (RunLoop::AwaitReady) instead of spinning; a
-    // negative descriptor, which poll(2) passes over, when there is none.
-    pollfd Readiness() const { return pollfd{fd_, Interest(), 0}; }
+    void Poll() { loop_.Pump(source_); }
+    // What this socket's registrations carry: a caller that polls in a loop
+    // sleeps between polls in RunLoop::Await on it, instead of spinning.
+    RunLoop::SourceId Source() const { return source_; }
 
     bool IsConnected() const { return state_ == State::Connected; }
     std::int32_t LastErrorCode() const { return lastErrorCode_; }
@@ -71,9 +71,9 @@ protected:
     State GetState() const { return state_; }
     // Starts watching `fd`, which this object now owns.
     void Adopt(int fd, State state);
-    // Starts a non-blocking connect of the new descriptor `fd` (owned from here
-    // on) to `address`; Connected or Error follows.
-    void StartConnecting(int fd, const sockaddr* address, socklen_t length);
+    // Starts connecting to one of `addresses` (see ConnectionRace); Connected
+    // or Error follows.
+    void StartConnecting(const std::vector<SocketAddress>& addresses, std::uint16_t port);
     // Records a failure; the Error event follows from the loop or from Poll.
     void Fail(std::int32_t code);
     // Marks the connection as made; the Connected event follows.
@@ -100,7 +100,6 @@ protected:
 
 private:
     void Service(short revents);
-    void FinishConnect();
     void ReadInput();
     void FlushOutput();
     short Interest() const;
@@ -108,10 +107,12 @@ private:
     void DeliverPending();
 
     RunLoop& loop_;
+    const RunLoop::SourceId source_;
     int fd_ = -1;
     State state_ = State::Closed;
     RunLoop::Watch watch_;
     RunLoop::Pending delivery_;
+    std::unique_ptr<ConnectionRace> race_;
     ByteQueue input_;
     SendQueue output_;
     std::int32_t lastErrorCode_ = 0;

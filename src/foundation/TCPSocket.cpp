@@ -3,7 +3,6 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 
-#include <cerrno>
 #include <cstring>
 #include <string>
 
@@ -11,17 +10,38 @@
 
 namespace qv {
 
+namespace {
+
+// The address that `host` spells out, if it is a literal one.
+std::optional<SocketAddress> LiteralAddress(const std::string& host) {
+    SocketAddress address;
+    auto* v4 = reinterpret_cast<sockaddr_in*>(&address.storage);
+    auto* v6 = reinterpret_cast<sockaddr_in6*>(&address.storage);
+    if (inet_pton(AF_INET, host.c_str(), &v4->sin_addr) == 1) {
+        v4->sin_family = AF_INET;
+        address.length = sizeof *v4;
+    } else if (inet_pton(AF_INET6, host.c_str(), &v6->sin6_addr) == 1) {
+        v6->sin6_family = AF_INET6;
+        address.length = sizeof *v6;
+    } else {
+        return std::nullopt;
+    }
+    return address;
+}
+
+}  // namespace
+
 TCPSocket::TCPSocket(RunLoop& loop) : SocketCore(loop) {}
 
 TCPSocket::~TCPSocket() = default;
 
-void TCPSocket::OnClose() {
-    if (resolver_) resolver_->Cancel();
+void TCPSocket::SetResolverSettings(ResolverSettings settings) {
+    resolverSettings_ = std::move(settings);
+    resolver_.reset();
 }
 
-void TCPSocket::Poll() {
-    if (GetState() == State::Resolving && resolver_) resolver_->Poll();
-    SocketCore::Poll();
+void TCPSocket::OnClose() {
+    if (resolver_) resolver_->Cancel();
 }
 
 void TCPSocket::Connect() {
@@ -31,44 +51,21 @@ void TCPSocket::Connect() {
         return;
     }
     const std::string host(address_.Bytes());
-    sockaddr_in v4{};
-    sockaddr_in6 v6{};
-    if (inet_pton(AF_INET, host.c_str(), &v4.sin_addr) == 1) {
-        v4.sin_family = AF_INET;
-        StartConnect(reinterpret_cast<const sockaddr*>(&v4), sizeof v4);
-    } else if (inet_pton(AF_INET6, host.c_str(), &v6.sin6_addr) == 1) {
-        v6.sin6_family = AF_INET6;
-        StartConnect(reinterpret_cast<const sockaddr*>(&v6), sizeof v6);
+    if (const std::optional<SocketAddress> literal = LiteralAddress(host)) {
+        StartConnecting({*literal}, static_cast<std::uint16_t>(port_));
     } else if (host.empty() || host.find('\0') != std::string::npos) {
         Fail(SocketError::NameNotResolved);
     } else {
-        if (!resolver_) resolver_ = std::make_unique<Resolver>(Loop());
+        if (!resolver_) resolver_ = std::make_unique<Resolver>(Loop(), Source(), resolverSettings_);
         SetResolving();
-        resolver_->Lookup(host, [this](const sockaddr* address, socklen_t length) {
-            if (address) {
-                StartConnect(address, length);
-            } else {
+        resolver_->Lookup(host, [this](std::vector<SocketAddress> addresses) {
+            if (addresses.empty()) {
                 Fail(SocketError::NameNotResolved);
+            } else {
+                StartConnecting(addresses, static_cast<std::uint16_t>(port_));
             }
         });
     }
-}
-
-void TCPSocket::StartConnect(const sockaddr* address, socklen_t length) {
-    sockaddr_storage target{};
-    std::memcpy(&target, address, length);
-    const auto port = htons(static_cast<std::uint16_t>(port_));
-    if (target.ss_family == AF_INET) {
-        reinterpret_cast<sockaddr_in*>(&target)->sin_port = port;
-    } else {
-        reinterpret_cast<sockaddr_in6*>(&target)->sin6_port = port;
-    }
-    const int fd = socket(target.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (fd < 0) {
-        Fail(SocketError::FromErrno(errno));
-        return;
-    }
-    StartConnecting(fd, reinterpret_cast<const sockaddr*>(&target), length);
 }
 
 }  // namespace qv

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "foundation/Resolver.h"
 #include "foundation/SocketCore.h"
@@ -11,7 +12,8 @@
 namespace qv {
 
 // A TCP client socket. Connect returns at once: the name lookup (c-ares) and
-// the connect both run under the loop, and Connected or Error follows.
+// the connect both run under the loop, and Connected or Error follows. A name
+// with several addresses is connected to as ConnectionRace does it.
 class TCPSocket : public SocketCore {
 public:
     explicit TCPSocket(RunLoop& loop);
@@ -22,21 +24,21 @@ public:
     // Reads back what was set; 0 means none.
     std::int32_t Port() const { return port_; }
     void SetPort(std::int32_t port) { port_ = port; }
+    // Where names are looked up from the next Connect on; the system's
+    // configuration unless a test says otherwise.
+    void SetResolverSettings(ResolverSettings settings);
 
     // Connects to Address and Port, ending any connection or attempt before.
     // Virtual so that a harness can hand over a connected socket pair instead.
     virtual void Connect();
-    // Also drives a name lookup in progress.
-    void Poll() override;
 
 protected:
     void OnClose() override;
 
 private:
-    void StartConnect(const sockaddr* address, socklen_t length);
-
     String address_;
     std::int32_t port_ = 0;
+    ResolverSettings resolverSettings_;
     std::unique_ptr<Resolver> resolver_;
 };
 

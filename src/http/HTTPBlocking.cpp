@@ -84,8 +84,8 @@ void HTTPSocket::WaitForPage() {
             // loop's own wait, where its timers keep their beat.
             Loop().RunOnce(moved ? Duration::zero() : Duration(kIdleWait));
         } else if (!moved) {
-            const pollfd self[] = {Readiness()};
-            Loop().AwaitReady(self, kIdleWait);
+            const RunLoop::SourceId self[] = {Source()};
+            Loop().Await(self, kIdleWait);
         }
     }
 }

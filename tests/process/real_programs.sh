@@ -16,7 +16,10 @@ trap 'for p in "${pids[@]}"; do kill -9 "$p" 2>/dev/null || true; done' EXIT
 peer() { python3 -c 'import socket, time; s = socket.socket(socket.AF_UNIX); s.connect("/tmp/qvipc"); time.sleep(60)' & pids+=($!); peer_pid=$!; }
 start() {
   "$assistant" 2>"$work/err" & pids+=($!); assistant_pid=$!
-  wait_for '[ -S $channel ]' "no socket at $channel"
+  for _ in $(seq 100); do [ -S $channel ] && return 0; sleep 0.05; done
+  local status=running
+  kill -0 "$assistant_pid" 2>/dev/null || { status=0; wait "$assistant_pid" || status=$?; }
+  fail "no socket at $channel (line ${BASH_LINENO[0]}, $status): $(cat "$work/err"); $(ls -la /tmp)"
 }
 ends_with_zero() {
   for _ in $(seq 100); do kill -0 "$assistant_pid" 2>/dev/null || break; sleep 0.05; done
