@@ -15,9 +15,10 @@ packages=(
   curl                               # the peer of the HTTP receive benchmark
   qt6-base-dev libxcb1-dev            # the window (without it the build is headless)
   xvfb                               # the window's process test on a virtual screen
-  python3                            # the window test's peer, the bench reports
+  python3                            # the window test's peer, the terminal tests, the bench reports
   libedit-dev                        # qvctl's line editing in its session mode
   dpkg-dev                           # dpkg-shlibdeps: the .deb's dependencies (cpack -G DEB)
+  lintian                            # the .deb's check: lintian build/*.deb
 )
 
 missing=()

@@ -1,14 +1,35 @@
 #pragma once
 
+#include <chrono>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "foundation/Clock.h"
-#include "foundation/String.h"
-#include "qvctl/Options.h"
+#include "protocol/CommandText.h"
+#include "qvctl/CopyCommand.h"
 
 namespace qv::ctl {
 
-// What qvctl waits for once its command is sent.
+using std::chrono::seconds;
+
+// The assistant's dispatcher starts a command every 2 s, so each wait leaves
+// room for a tick.
+inline constexpr Duration kReplyWait = seconds(5);
+inline constexpr Duration kLinger = seconds(3);
+// The assistant answers every fetch within its own 60-second limit.
+inline constexpr Duration kAssistantFetchLimit = seconds(60);
+inline constexpr Duration kFetchWait = kAssistantFetchLimit + seconds(10);
+// The assistant reports a copy after its first 2 MiB; a copy it drops says
+// nothing at all.
+inline constexpr Duration kFirstReportWait = seconds(10);
+// --wait: a day is long enough for any use, and far from overflowing the clock.
+inline constexpr Duration kMaxWait = std::chrono::hours(24);
+
+// Whole seconds, as help texts show them.
+std::string SecondsText(Duration duration);
+
+// What qvctl waits for once a command is sent.
 enum class WaitFor {
     // The one reply the command is known to bring; done as soon as it is in.
     FirstReply,
@@ -18,20 +39,22 @@ enum class WaitFor {
     NoReply,
     // Unknown: every reply that comes within the wait.
     EveryReply,
-    // Replies until the one that the plan's isLast picks out: a copy reports
-    // its progress before the end report that it is waited for.
+    // A copy: its progress reports, then the end report that is waited for.
     LastReply,
 };
 
-struct Command {
+// One command as it goes out.
+struct Request {
     std::vector<Field> fields;
     WaitFor waitFor;
-    Duration defaultWait;
+    // None: no limit.
+    std::optional<Duration> wait;
+    // A copy's files, for its progress.
+    std::optional<LocalCopy> copy = std::nullopt;
 };
 
-// The command that the parsed options ask for.
-Command CommandFor(const Options& options);
-// CopyFileAbort, alone or during a copy.
-Command AbortCommand();
+inline std::vector<Field> CommandWord(const char* word) {
+    return {{"Command", word}};
+}
 
 }  // namespace qv::ctl

@@ -4,24 +4,38 @@
 
 #include <algorithm>
 #include <csignal>
-#include <fstream>
+#include <cstdlib>
 #include <memory>
 
 #include "Version.h"
 #include "foundation/SignalWatch.h"
 #include "protocol/CommandText.h"
 #include "qvctl/CopyCommand.h"
-#include "qvctl/CopyRun.h"
-#include "qvctl/ExitStatus.h"
 #include "qvctl/FetchReply.h"
 #include "qvctl/Help.h"
 #include "qvctl/LineInput.h"
 #include "qvctl/ReplyFormat.h"
-#include "qvctl/Session.h"
 
 namespace qv::ctl {
 
-namespace {}  // namespace
+namespace {
+
+bool IsCopy(const auto& expected) {
+    return expected.copy != nullptr;
+}
+
+std::string NotStartedMessage() {
+    return "qvctl: the assistant did not start the copy: no report came within " +
+           SecondsText(kFirstReportWait) +
+           " s.\n"
+           "It drops a copy that it cannot start without a word, for example when\n"
+           "  - SOURCE cannot be opened for reading (no permission, a FIFO or device),\n"
+           "  - the destination cannot be made or written (no permission, a full\n"
+           "    disk, a read-only file system),\n"
+           "  - the destination is SOURCE itself under another name.\n";
+}
+
+}  // namespace
 
 std::optional<std::vector<std::string>> SplitWords(std::string_view line) {
     std::vector<std::string> words;
@@ -55,46 +69,55 @@ std::optional<std::vector<std::string>> SplitWords(std::string_view line) {
     return words;
 }
 
-Console::Console(RunLoop& loop, const Options& options, std::function<void(std::string_view, bool)> print)
-    : loop_(loop), options_(options), print_(std::move(print)), link_(loop, options.socketPath) {
+Console::Console(RunLoop& loop, const Options& options, std::string socketPath, Screen& screen)
+    : loop_(loop),
+      options_(options),
+      socketPath_(std::move(socketPath)),
+      screen_(screen),
+      link_(loop, socketPath_) {
     link_.onReply = [this](const String& reply) { TakeReply(reply); };
-    link_.onLost = [this] {
-        if (result_) return;
-        Fail(static_cast<int>(Outcome::Unreachable),
-             OutcomeMessage(Outcome::Unreachable, options_.socketPath));
-        Finish();
-    };
+    link_.onLost = [this](Loss loss) { Lost(loss); };
+}
+
+void Console::Start() {
+    if (!std::exchange(started_, true)) link_.Connect();
 }
 
 void Console::TakeLine(std::string_view line) {
     if (result_ || inputEnded_) return;
     const auto words = SplitWords(line);
-    if (!words) return Fail(kUsageStatus, "qvctl: a quote is left open\n");
+    if (!words) return Fail(ExitStatus::Usage, "qvctl: a quote is left open\n");
     if (words->empty() || words->front().starts_with('#')) return;
     if (words->size() == 1 && (words->front() == "quit" || words->front() == "exit")) return EndOfInput();
     const std::vector<std::string_view> args(words->begin(), words->end());
     auto parsed = ParseOptions(args);
     if (const auto* error = std::get_if<UsageError>(&parsed))
-        return Fail(kUsageStatus, "qvctl: " + error->message + "\n");
-    Options& options = std::get<Options>(parsed);
-    if (options.help) return print_(HelpText(options.helpTopic), false);
-    if (options.version) return print_("qvctl " + std::string(kVersion) + "\n", false);
-    if (options.action == Action::Session || options.socketPath != kDefaultSocketPath) {
-        return Fail(kUsageStatus, "qvctl: a session has its one connection already\n");
+        return Fail(ExitStatus::Usage, "qvctl: " + error->message + "\n");
+    const Options& options = std::get<Options>(parsed);
+    if (options.help) {
+        screen_.Print(HelpText(options.helpTopic), false);
+    } else if (options.version) {
+        screen_.Print("qvctl " + std::string(kVersion) + "\n", false);
+    } else if (options.socketPath) {
+        Fail(ExitStatus::Usage, "qvctl: a session has its one connection already\n");
+    } else {
+        Run(WithSessionDefaults(options));
     }
-    const OutputMode output = options.output == OutputMode::Text ? options_.output : options.output;
-    if (options.action == Action::Abort) return Abort();
-    if (options.action == Action::Copy) {
-        const auto local = Localize(options.copy);
-        if (const auto* error = std::get_if<std::string>(&local))
-            return Fail(kUsageStatus, "qvctl: " + *error + "\n");
-        Send(CopyFileFields(std::get<LocalCopy>(local), Ticks(loop_.GetClock())));
-        return Expect({Action::Copy, WaitFor::LastReply, options.wait, output, std::nullopt});
+}
+
+Options Console::WithSessionDefaults(Options options) const {
+    if (options.output == OutputMode::Text) options.output = options_.output;
+    if (options.verbosity == Verbosity::Normal) options.verbosity = options_.verbosity;
+    return options;
+}
+
+void Console::Run(const Options& options) {
+    const bool behindCopy = std::ranges::any_of(queue_, IsCopy<Expected>);
+    const std::size_t before = queue_.size();
+    CommandOf(options.action).run(*this, options);
+    if (behindCopy && queue_.size() > before && options.verbosity != Verbosity::Quiet) {
+        screen_.Print("qvctl: queued behind the copy; the assistant runs it once the copy has ended\n", true);
     }
-    const Command command = CommandFor(options);
-    Send(command.fields);
-    Expect({options.action, command.waitFor, options.wait.value_or(command.defaultWait), output,
-            options.outputPath});
 }
 
 void Console::EndOfInput() {
@@ -102,41 +125,76 @@ void Console::EndOfInput() {
     if (queue_.empty() && !result_) Finish();
 }
 
-bool Console::Interrupt() {
-    if (result_ || std::ranges::none_of(queue_, [](const Expected& e) { return e.action == Action::Copy; })) {
-        return false;
+void Console::Send(const Options& options, Request request) {
+    Expected expected{options, request.waitFor, request.wait, {}, {}, {}};
+    if (!OpenFiles(expected)) return;
+    if (request.copy) {
+        expected.copy = std::make_unique<CopyDisplay>(screen_, options.output, options.verbosity, GetClock(),
+                                                      *request.copy);
     }
-    Abort();
-    return true;
-}
-
-void Console::Send(const std::vector<Field>& fields) {
-    link_.Send(MakeFrame(CommandText(fields)));
-}
-
-void Console::Expect(Expected expected) {
+    SendFields(request.fields, options);
     queue_.push_back(std::move(expected));
     if (queue_.size() == 1) StartHeadWait();
 }
 
+// Opened before the command goes, as a shell redirection would be, so that a
+// path that cannot be written costs no wait.
+bool Console::OpenFiles(Expected& expected) {
+    for (const auto& [path, file] : {std::pair{&expected.options.outputPath, &expected.bodyFile},
+                                     std::pair{&expected.options.headerPath, &expected.headerFile}}) {
+        if (!*path || **path == "-") continue;
+        *file = std::make_unique<std::ofstream>(**path, std::ios::binary | std::ios::trunc);
+        if (!**file) {
+            Fail(ExitStatus::OutputFailed, "qvctl: cannot write " + **path + "\n");
+            return false;
+        }
+    }
+    return true;
+}
+
+void Console::SendFields(const std::vector<Field>& fields, const Options& options) {
+    Start();
+    if (options.verbosity == Verbosity::Verbose) {
+        std::string text;
+        for (const Field& field : fields) text += "qvctl: > " + field.name + ":" + field.value + "\n";
+        screen_.Print(text, true);
+    }
+    link_.Send(MakeFrame(CommandText(fields)));
+}
+
+void Console::Abort(const Options& options) {
+    const auto copy = std::ranges::find_if(queue_, IsCopy<Expected>);
+    if (copy != queue_.end()) return RequestAbort(*copy);
+    Send(options, {CommandWord("CopyFileAbort"), WaitFor::FirstReply, options.wait.value_or(kReplyWait)});
+}
+
 // An abort stops a copy only while it runs; one sent before would wait behind
 // the copy in the assistant's queue and stop nothing.
-void Console::Abort() {
-    const auto copy = std::ranges::find(queue_, Action::Copy, &Expected::action);
-    if (copy == queue_.end()) {
-        const Command command = AbortCommand();
-        Send(command.fields);
-        return Expect({Action::Abort, command.waitFor, command.defaultWait, options_.output, std::nullopt});
-    }
-    if (copy == queue_.begin() && copy->copyRunning) {
-        Send(AbortCommand().fields);
-        return print_("qvctl: aborting the copy\n", true);
-    }
-    copy->abortHeld = true;
-    print_("qvctl: the abort goes once the copy has begun\n", true);
+void Console::RequestAbort(Expected& copy) {
+    if (std::exchange(copy.abortRequested, true)) return;
+    if (copy.copyRunning) SendFields(CommandWord("CopyFileAbort"), copy.options);
+    if (copy.options.verbosity == Verbosity::Quiet) return;
+    screen_.Print(copy.copyRunning ? "qvctl: aborting the copy; Ctrl-C again leaves it unfinished\n"
+                                   : "qvctl: the abort goes once the copy has begun; Ctrl-C again leaves it\n"
+                                     "unfinished\n",
+                  true);
+}
+
+bool Console::Interrupt() {
+    const auto copy = std::ranges::find_if(queue_, IsCopy<Expected>);
+    if (result_ || copy == queue_.end() || copy->abortRequested) return false;
+    RequestAbort(*copy);
+    return true;
+}
+
+void Console::LeaveNow() {
+    const auto copy = std::ranges::find_if(queue_, IsCopy<Expected>);
+    if (copy != queue_.end()) screen_.Print(copy->copy->Unfinished(), true);
+    screen_.EndStatus();
 }
 
 void Console::TakeReply(const String& reply) {
+    if (result_) return;
     // A reply shows that every command before its own has run.
     bool popped = false;
     for (; !queue_.empty() && queue_.front().waitFor == WaitFor::NoReply; popped = true) queue_.pop_front();
@@ -146,27 +204,55 @@ void Console::TakeReply(const String& reply) {
         return;
     }
     Expected& head = queue_.front();
+    ++head.replies;
+    if (head.copy) return TakeCopyReport(head, reply);
     Print(&head, reply);
-    if (head.action == Action::Copy && !CopyEndOf(reply)) {
-        if (head.copyRunning) return;
-        head.copyRunning = true;
-        if (head.abortHeld) Send(AbortCommand().fields);
-        return StartHeadWait();
-    }
     if (head.waitFor != WaitFor::EveryReply) return Done();
     if (popped) StartHeadWait();
 }
 
-void Console::Print(const Expected* expected, const String& reply) {
-    const OutputMode mode = expected ? expected->output : options_.output;
-    if (!expected || !IsFetch(expected->action)) return print_(RenderReply(reply, mode), false);
-    const FetchPrintout printout = RenderFetchReply(reply, mode);
-    if (!printout.delivered && status_ == 0) status_ = kFetchFailedStatus;
-    if (!expected->outputPath) return print_(RenderReply(reply, mode), false);
-    print_(printout.lines, false);
-    std::ofstream file(*expected->outputPath, std::ios::binary | std::ios::trunc);
-    if (!(file << printout.body))
-        Fail(kOutputFailedStatus, "qvctl: cannot write " + *expected->outputPath + "\n");
+void Console::TakeCopyReport(Expected& head, const String& reply) {
+    head.copy->Show(reply);
+    if (const auto end = CopyEndOf(reply)) {
+        if (*end == CopyEnd::Abort) Fail(ExitStatus::CopyAborted, "");
+        return Done();
+    }
+    if (std::exchange(head.copyRunning, true)) return;
+    if (head.abortRequested) SendFields(CommandWord("CopyFileAbort"), head.options);
+    StartHeadWait();
+}
+
+void Console::Print(Expected* expected, const String& reply) {
+    if (expected && IsFetch(expected->options.action)) return PrintFetch(*expected, reply);
+    const OutputMode mode = expected ? expected->options.output : options_.output;
+    Write(nullptr, std::nullopt, RenderReply(reply, mode), false);
+}
+
+// The lines of a page go to --dump-header, else to standard output for
+// headers, whose output they are, else to standard error beside the body.
+void Console::PrintFetch(Expected& expected, const String& reply) {
+    const Options& options = expected.options;
+    const FetchPrintout printout = RenderFetchReply(reply, options.output);
+    const bool toStandardError = !options.headerPath && options.action != Action::Headers;
+    if (options.output == OutputMode::Json) {
+        Write(nullptr, std::nullopt, printout.body, false);
+    } else {
+        // The message below tells a failure in Text mode; Raw shows its bytes too.
+        if ((printout.delivered || options.output == OutputMode::Raw) &&
+            (!toStandardError || options.verbosity != Verbosity::Quiet)) {
+            Write(expected.headerFile.get(), options.headerPath, printout.lines, toStandardError);
+        }
+        Write(expected.bodyFile.get(), options.outputPath, printout.body, false);
+    }
+    if (!printout.delivered) Fail(ExitStatus::FetchFailed, FetchFailureMessage(reply, options.url));
+}
+
+void Console::Write(std::ofstream* file, const std::optional<std::string>& path, std::string_view text,
+                    bool error) {
+    if (text.empty()) return;
+    const bool written = file ? static_cast<bool>(*file << text << std::flush) : screen_.Print(text, error);
+    if (!written)
+        Fail(ExitStatus::OutputFailed, "qvctl: cannot write " + (file ? *path : "standard output") + "\n");
 }
 
 void Console::StartHeadWait() {
@@ -176,18 +262,18 @@ void Console::StartHeadWait() {
         return;
     }
     const Expected& head = queue_.front();
-    const std::optional<Duration> wait =
-        head.action == Action::Copy && !head.copyRunning ? kFirstReportWait : head.wait;
+    const std::optional<Duration> wait = head.copy && !head.copyRunning ? kFirstReportWait : head.wait;
     if (wait) headWait_ = loop_.AddTimer(loop_.GetClock().Now() + *wait, [this] { HeadWaitOver(); });
 }
 
 void Console::HeadWaitOver() {
     const Expected& head = queue_.front();
-    if (head.action == Action::Copy && !head.copyRunning) {
-        Fail(static_cast<int>(Outcome::NoReply), NotStartedMessage());
-    } else if (head.waitFor != WaitFor::NoReply && head.waitFor != WaitFor::EveryReply) {
-        Fail(static_cast<int>(Outcome::NoReply),
-             "qvctl: no reply in time to " + std::string(CommandOf(head.action).name) + "\n");
+    if (head.copy && !head.copyRunning) {
+        Fail(ExitStatus::NoReply, NotStartedMessage());
+    } else if (head.waitFor != WaitFor::NoReply &&
+               !(head.waitFor == WaitFor::EveryReply && head.replies > 0)) {
+        Fail(ExitStatus::NoReply,
+             "qvctl: no reply in time to " + std::string(CommandOf(head.options.action).name) + "\n");
     }
     Done();
 }
@@ -197,36 +283,62 @@ void Console::Done() {
     StartHeadWait();
 }
 
-void Console::Fail(int status, std::string_view message) {
-    if (status_ == 0) status_ = status;
-    print_(message, true);
+void Console::Lost(Loss loss) {
+    if (result_) return;
+    // Replies that came before the close have been delivered by now; only a
+    // send that has had some is content with them.
+    const bool settled = inputEnded_ && std::ranges::all_of(queue_, [](const Expected& e) {
+                             return e.waitFor == WaitFor::EveryReply && e.replies > 0;
+                         });
+    if (!settled) Fail(ExitStatus::Unreachable, LossMessage(loss, socketPath_));
+    Finish();
+}
+
+void Console::Fail(ExitStatus status, std::string_view message) {
+    if (!status_) status_ = status;
+    if (!message.empty()) screen_.Print(message, true);
 }
 
 void Console::Finish() {
     headWait_.Reset();
     link_.Close();
-    result_ = status_;
+    screen_.EndStatus();
+    result_ = status_.value_or(ExitStatus::Ok);
 }
 
-int RunConsole(const Options& options) {
+ExitStatus RunConsole(const Options& options, bool session) {
     SystemClock clock;
     RunLoop loop(clock);
-    std::unique_ptr<LineInput> input = LineInput::ForStandardInput(loop, "qvctl> ");
-    Console console(loop, options, [&](std::string_view text, bool error) { input->Print(text, error); });
-    input->onLine = [&](const std::string& line) { console.TakeLine(line); };
-    input->onEnd = [&] { console.EndOfInput(); };
-    bool interrupted = false;
-    const SignalWatch interrupts(loop, {SIGINT}, [&](int) {
-        if (!interrupted && console.Interrupt()) {
-            interrupted = true;
-            return;
+    Screen screen;
+    Console console(loop, options, ChannelPath(options, std::getenv(kSocketVariable)), screen);
+    std::unique_ptr<LineInput> input;
+    if (session) {
+        input = LineInput::ForStandardInput(loop, "qvctl> ", screen);
+        input->onLine = [&](const std::string& line) {
+            console.TakeLine(line);
+            if (console.InputEnded()) input->Stop();
+        };
+        input->onEnd = [&] { console.EndOfInput(); };
+        console.Start();
+    }
+    const SignalWatch signals(loop, {SIGINT, SIGTERM, SIGWINCH}, [&](int signal) {
+        if (signal == SIGWINCH) {
+            if (input) input->Resize();
+            return screen.Resize();
         }
-        // Leaves as Ctrl-C leaves any program, with the terminal as it was.
+        // The terminal has echoed "^C" where the cursor was; what follows goes below it.
+        if (!input && !screen.EndStatus() && isatty(STDERR_FILENO)) screen.Print("\n", true);
+        if (console.Interrupt() || (signal == SIGINT && input && input->ClearLine())) return;
+        console.LeaveNow();
+        // Leaves as the signal ends any program, with the terminal as it was.
         input.reset();
-        std::signal(SIGINT, SIG_DFL);
-        std::raise(SIGINT);
+        std::signal(signal, SIG_DFL);
+        std::raise(signal);
     });
-    console.Start();
+    if (!session) {
+        console.Run(options);
+        console.EndOfInput();
+    }
     while (!console.Result()) loop.RunOnce(std::nullopt);
     return *console.Result();
 }

@@ -54,9 +54,16 @@ std::variant<LocalCopy, std::string> Localize(const CopyArguments& arguments) {
     LocalCopy copy{arguments, 0};
     copy.arguments.source = fs::absolute(arguments.source, error).string();
     copy.arguments.destinationFolder = fs::absolute(arguments.destinationFolder, error).string();
-    if (!fs::is_regular_file(copy.arguments.source, error)) return "'" + arguments.source + "' is not a file";
+    if (const auto type = fs::status(copy.arguments.source, error).type(); type != fs::file_type::regular) {
+        return "'" + arguments.source + "': " +
+               (type == fs::file_type::not_found   ? "no such file"
+                : type == fs::file_type::directory ? "a folder, not a file"
+                : error                            ? error.message()
+                                                   : "not a regular file (a FIFO, socket or device)");
+    }
     if (!fs::is_directory(copy.arguments.destinationFolder, error)) {
-        return "'" + arguments.destinationFolder + "' is not a folder";
+        return "'" + arguments.destinationFolder + "': " +
+               (fs::exists(copy.arguments.destinationFolder, error) ? "not a folder" : "no such folder");
     }
     if (auto refused = CheckDestination(copy.arguments.source, copy.arguments.destinationFolder,
                                         arguments.destinationPath)) {

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "foundation/String.h"
-#include "qvctl/CopyArguments.h"
 #include "qvctl/Options.h"
 
 namespace qv::ctl {

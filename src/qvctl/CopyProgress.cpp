@@ -17,10 +17,6 @@ namespace {
 
 constexpr std::int64_t kFullBar = 400;
 constexpr std::size_t kCells = 20;
-// Back to the line's start; the erase behind the text removes what a longer
-// line before left there.
-constexpr std::string_view kLineStart = "\r";
-constexpr std::string_view kEraseRest = "\x1b[K";
 
 std::string_view FieldValue(const std::vector<std::pair<std::string_view, std::string_view>>& fields,
                             std::string_view name) {
@@ -35,7 +31,7 @@ double Seconds(Duration duration) {
 }  // namespace
 
 std::string SizeText(std::int64_t bytes) {
-    static constexpr const char* kUnits[] = {"KB", "MB", "GB", "TB"};
+    static constexpr const char* kUnits[] = {"KiB", "MiB", "GiB", "TiB"};
     if (bytes < 1024) return std::to_string(bytes) + " bytes";
     double value = static_cast<double>(bytes) / 1024;
     std::size_t unit = 0;
@@ -93,14 +89,14 @@ std::string ProgressLine(const CopyFigures& figures, std::size_t columns) {
     return "";
 }
 
-CopyDisplay::CopyDisplay(std::ostream& out, OutputMode mode, std::optional<std::size_t> terminalColumns,
-                         const Clock& clock, std::string destination, std::int64_t size)
-    : out_(out),
+CopyDisplay::CopyDisplay(Screen& screen, OutputMode mode, Verbosity verbosity, const Clock& clock,
+                         const LocalCopy& copy)
+    : screen_(screen),
       mode_(mode),
-      columns_(mode == OutputMode::Text ? terminalColumns : std::nullopt),
+      quiet_(verbosity == Verbosity::Quiet),
       clock_(clock),
-      destination_(std::move(destination)),
-      size_(size),
+      destination_(DestinationOf(copy)),
+      size_(copy.sourceSize),
       begun_(clock.Now()) {}
 
 std::int64_t CopyDisplay::Done(std::string_view barPos) const {
@@ -116,19 +112,15 @@ std::int64_t CopyDisplay::Done(std::string_view barPos) const {
                                      kFullBar);
 }
 
-void CopyDisplay::Redraw(const CopyFigures& figures) {
-    out_ << kLineStart << ProgressLine(figures, *columns_) << kEraseRest << std::flush;
-    lineOpen_ = true;
-}
-
 void CopyDisplay::Show(const String& reply) {
-    if (!columns_) {
-        out_ << RenderReply(reply, mode_) << std::flush;
+    const auto end = CopyEndOf(reply);
+    if (quiet_ && !end) return;
+    if (mode_ != OutputMode::Text || !screen_.StatusColumns()) {
+        screen_.Print(RenderReply(reply, mode_), false);
         return;
     }
     const auto fields = ReportFields(SplitReport(reply.Bytes()).lines);
     const TimePoint now = clock_.Now();
-    const auto end = CopyEndOf(reply);
     if (FieldValue(fields, "Status") == "InProgress") {
         CopyFigures figures{Done(FieldValue(fields, "BarPos")), size_, std::nullopt};
         if (!firstReport_) firstReport_ = {now, figures.done};
@@ -136,34 +128,36 @@ void CopyDisplay::Show(const String& reply) {
         if (seconds > 0)
             figures.bytesPerSecond = static_cast<double>(figures.done - firstReport_->second) / seconds;
         lastDone_ = figures.done;
-        Redraw(figures);
+        screen_.ShowStatus([figures](std::size_t columns) { return ProgressLine(figures, columns); });
         return;
     }
     if (end == CopyEnd::Complete) {
         const Duration took = now - begun_;
-        Redraw({size_, size_, std::nullopt});
-        EndLine();
-        out_ << "Copied " << SizeText(size_) << " in " << DurationText(took);
+        if (!quiet_) {
+            const CopyFigures full{size_, size_, std::nullopt};
+            screen_.ShowStatus([full](std::size_t columns) { return ProgressLine(full, columns); });
+        }
+        std::string summary = "Copied " + SizeText(size_) + " in " + DurationText(took);
         if (Seconds(took) > 0)
-            out_ << ", " << SizeText(static_cast<std::int64_t>(size_ / Seconds(took))) << "/s";
-        out_ << "\n" << std::flush;
+            summary += ", " + SizeText(static_cast<std::int64_t>(size_ / Seconds(took))) + "/s";
+        screen_.Print(summary + "\n", false);
         return;
     }
-    EndLine();
     if (end == CopyEnd::Abort) {
-        out_ << "Aborted after " << SizeText(lastDone_) << " of " << SizeText(size_)
-             << "; the assistant removed the partial copy\n"
-             << std::flush;
+        screen_.Print("Aborted after " + SizeText(lastDone_) + " of " + SizeText(size_) +
+                          "; the assistant removed the partial copy\n",
+                      false);
         return;
     }
-    out_ << RenderReply(reply, mode_) << std::flush;
+    screen_.Print(RenderReply(reply, mode_), false);
 }
 
-bool CopyDisplay::EndLine() {
-    if (!lineOpen_) return false;
-    out_ << '\n' << std::flush;
-    lineOpen_ = false;
-    return true;
+std::string CopyDisplay::Unfinished() const {
+    std::error_code error;
+    const auto written = std::filesystem::file_size(destination_, error);
+    if (error) return "qvctl: left the copy unfinished\n";
+    return "qvctl: left the copy unfinished; the partial file " + destination_ + " stays, " +
+           SizeText(static_cast<std::int64_t>(written)) + " of " + SizeText(size_) + "\n";
 }
 
 }  // namespace qv::ctl

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
 
+#include "qvctl/ExitStatus.h"
 #include "qvctl/Options.h"
 
 namespace qv::ctl {
@@ -12,6 +14,13 @@ namespace qv::ctl {
 std::string HelpText(std::optional<Action> command = std::nullopt);
 // The help's parts beside the tables, for the manual page.
 std::string_view HelpIntroduction();
-std::string_view HelpDetails();
+std::string HelpDetails();
+
+struct ExitStatusInfo {
+    int code;
+    std::string meaning;  // lines of help, without their indentation
+};
+// What each exit status means.
+std::span<const ExitStatusInfo> ExitStatusTable();
 
 }  // namespace qv::ctl

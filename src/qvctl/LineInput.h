@@ -6,14 +6,18 @@
 #include <string_view>
 
 #include "foundation/RunLoop.h"
+#include "qvctl/Screen.h"
 
 namespace qv::ctl {
 
-// Lines from standard input, read as the loop finds them ready: edited with
-// history where a terminal is attached, plain from a file or a pipe.
+// Lines from standard input, read as the loop finds them ready. On a terminal
+// (but a dumb one) they are edited at a prompt that the screen's output goes
+// around, with the history of earlier sessions; from a file or a pipe they
+// are read plainly.
 class LineInput {
 public:
-    static std::unique_ptr<LineInput> ForStandardInput(RunLoop& loop, std::string_view prompt);
+    static std::unique_ptr<LineInput> ForStandardInput(RunLoop& loop, std::string_view prompt,
+                                                       Screen& screen);
     virtual ~LineInput() = default;
 
     // Each line, without its line end.
@@ -21,9 +25,13 @@ public:
     // No more lines will come.
     std::function<void()> onEnd;
 
-    // Output that must not garble the line being typed: standard error when
-    // `error`, else standard output.
-    virtual void Print(std::string_view text, bool error) = 0;
+    // Reads no more, and draws no prompt again.
+    virtual void Stop() = 0;
+    // Ctrl-C: drops the line being typed for a fresh one, as shells do; false
+    // where nothing is typed.
+    virtual bool ClearLine() { return false; }
+    // The terminal changed its size.
+    virtual void Resize() {}
 };
 
 }  // namespace qv::ctl

@@ -1,6 +1,8 @@
 #include "qvctl/Options.h"
 
 #include <algorithm>
+#include <cctype>
+#include <utility>
 
 namespace qv::ctl {
 
@@ -16,14 +18,53 @@ std::optional<UsageError> CheckLineValue(std::string_view what, std::string_view
     return UsageError{std::string(what) + " cannot hold a CR"};
 }
 
-const CommandSpec* FindCommand(std::string_view word) {
+// Edits (insertions, deletions, changes) that turn `a` into `b`.
+std::size_t EditDistance(std::string_view a, std::string_view b) {
+    std::vector<std::size_t> row(b.size() + 1);
+    for (std::size_t j = 0; j <= b.size(); ++j) row[j] = j;
+    for (std::size_t i = 1; i <= a.size(); ++i) {
+        std::size_t diagonal = std::exchange(row[0], i);
+        for (std::size_t j = 1; j <= b.size(); ++j) {
+            const std::size_t change = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
+            diagonal = std::exchange(row[j], std::min({row[j] + 1, row[j - 1] + 1, change}));
+        }
+    }
+    return row[b.size()];
+}
+
+// The command that `word` was most likely meant to be, as git suggests one.
+std::string UnknownCommand(std::string_view word) {
+    std::string message = "unknown command " + Quoted(word);
+    std::size_t best = 3;  // more edits than two: no suggestion
+    std::string_view suggestion;
+    for (const CommandInfo& command : CommandTable()) {
+        const std::size_t distance = EditDistance(word, command.name);
+        if (distance < best) best = distance, suggestion = command.name;
+    }
+    if (!suggestion.empty()) message += "; did you mean " + Quoted(suggestion) + "?";
+    return message;
+}
+
+const CommandInfo* FindCommand(std::string_view word) {
     const auto commands = CommandTable();
-    const auto found = std::ranges::find(commands, word, &CommandSpec::name);
+    const auto found = std::ranges::find(commands, word, &CommandInfo::name);
     return found == commands.end() ? nullptr : &*found;
 }
 
-const OptionSpec* FindOption(std::string_view name) {
-    for (const OptionSpec& option : OptionTable()) {
+std::optional<UsageError> CheckUrl(std::string_view url) {
+    if (auto error = CheckLineValue("the URL", url)) return error;
+    constexpr std::string_view kSecure = "https://";
+    if (url.size() < kSecure.size() ||
+        !std::ranges::equal(url.substr(0, kSecure.size()), kSecure, [](char a, char b) {
+            return std::tolower(static_cast<unsigned char>(a)) == b;
+        })) {
+        return std::nullopt;
+    }
+    return UsageError{"cannot fetch " + Quoted(url) + ": the assistant speaks plain HTTP only"};
+}
+
+const OptionInfo* FindOption(std::string_view name) {
+    for (const OptionInfo& option : OptionTable()) {
         if (option.name == name || (!option.alias.empty() && option.alias == name)) return &option;
     }
     return nullptr;
@@ -34,8 +75,8 @@ std::variant<Options, UsageError> ApplyHelp(Options options, std::span<const std
     options.help = true;
     if (!operands.empty() && operands.front() == "help") operands = operands.subspan(1);
     if (operands.empty()) return options;
-    const CommandSpec* command = FindCommand(operands.front());
-    if (!command) return UsageError{"unknown command " + Quoted(operands.front())};
+    const CommandInfo* command = FindCommand(operands.front());
+    if (!command) return UsageError{UnknownCommand(operands.front())};
     options.helpTopic = command->action;
     return options;
 }
@@ -44,13 +85,13 @@ std::variant<Options, UsageError> ApplyHelp(Options options, std::span<const std
 std::variant<Options, UsageError> ApplyOperands(Options options, std::span<const std::string_view> operands) {
     if (operands.empty()) return UsageError{"no command given"};
     const std::string_view word = operands.front();
-    const CommandSpec* command = FindCommand(word);
-    if (!command) return UsageError{"unknown command " + Quoted(word)};
+    const CommandInfo* command = FindCommand(word);
+    if (!command) return UsageError{UnknownCommand(word)};
     options.action = command->action;
     const auto rest = operands.subspan(1);
     if (IsFetch(command->action)) {
         if (rest.size() != 1 || rest.front().empty()) return UsageError{std::string(word) + " needs one URL"};
-        if (auto error = CheckLineValue("the URL", rest.front())) return *error;
+        if (auto error = CheckUrl(rest.front())) return *error;
         options.url = std::string(rest.front());
         return options;
     }
@@ -81,14 +122,15 @@ std::variant<Options, UsageError> ApplyOperands(Options options, std::span<const
 // The options given that their command does not take, and the values that
 // go into command lines.
 std::optional<UsageError> CheckOptionsFitTheCommand(const Options& options,
-                                                    const std::vector<const OptionSpec*>& given) {
-    for (const OptionSpec* option : given) {
+                                                    const std::vector<const OptionInfo*>& given) {
+    for (const OptionInfo* option : given) {
         if (!Takes(*option, options.action)) {
             return UsageError{std::string(option->name) + " belongs to " + std::string(option->commands)};
         }
     }
-    if (options.outputPath && options.output == OutputMode::Json) {
-        return UsageError{"--output and --json exclude each other"};
+    if ((options.outputPath || options.headerPath) && options.output == OutputMode::Json) {
+        return UsageError{std::string(options.outputPath ? "--output" : "--dump-header") +
+                          " and --json exclude each other"};
     }
     if (auto error = CheckLineValue("--md5", options.copy.tag.value_or(""))) return error;
     if (auto error = CheckLineValue("--date", options.date.value_or(""))) return error;
@@ -100,7 +142,7 @@ std::optional<UsageError> CheckOptionsFitTheCommand(const Options& options,
 std::variant<Options, UsageError> ParseOptions(std::span<const std::string_view> args) {
     OptionReading reading;
     std::vector<std::string_view> operands;
-    std::vector<const OptionSpec*> given;
+    std::vector<const OptionInfo*> given;
     for (std::size_t i = 0; i < args.size(); ++i) {
         const std::string_view arg = args[i];
         if (arg == "--") {
@@ -112,7 +154,7 @@ std::variant<Options, UsageError> ParseOptions(std::span<const std::string_view>
             continue;
         }
         const auto equals = arg.find('=');
-        const OptionSpec* option = FindOption(arg.substr(0, equals));
+        const OptionInfo* option = FindOption(arg.substr(0, equals));
         if (!option) return UsageError{"unknown option " + Quoted(arg)};
         std::string_view value;
         if (option->valueName.empty()) {
@@ -125,6 +167,9 @@ std::variant<Options, UsageError> ParseOptions(std::span<const std::string_view>
         } else {
             return UsageError{std::string(option->name) + " needs a value"};
         }
+        if (value.empty() && (option->valueName == "PATH" || option->valueName == "FILE")) {
+            return UsageError{std::string(option->name) + " needs a path"};
+        }
         if (auto error = option->apply(reading, value)) return *error;
         given.push_back(option);
     }
@@ -133,13 +178,23 @@ std::variant<Options, UsageError> ParseOptions(std::span<const std::string_view>
         return ApplyHelp(options, operands);
     if (options.version) return options;
     if (reading.raw && reading.json) return UsageError{"--raw and --json exclude each other"};
+    if (reading.quiet && reading.verbose) return UsageError{"--quiet and --verbose exclude each other"};
     options.output = reading.raw ? OutputMode::Raw : reading.json ? OutputMode::Json : OutputMode::Text;
+    options.verbosity = reading.quiet     ? Verbosity::Quiet
+                        : reading.verbose ? Verbosity::Verbose
+                                          : Verbosity::Normal;
     if (reading.interactive && operands.empty()) operands.push_back("session");
     auto applied = ApplyOperands(std::move(options), operands);
     if (const auto* complete = std::get_if<Options>(&applied)) {
         if (auto error = CheckOptionsFitTheCommand(*complete, given)) return *error;
     }
     return applied;
+}
+
+std::string ChannelPath(const Options& options, const char* environment) {
+    if (options.socketPath) return *options.socketPath;
+    if (environment && *environment) return environment;
+    return std::string(kDefaultSocketPath);
 }
 
 bool IsFetch(Action action) {

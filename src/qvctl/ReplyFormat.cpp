@@ -66,7 +66,12 @@ std::string RenderReply(const String& messageText, OutputMode mode) {
         case OutputMode::Text:
             break;
     }
-    std::string out(messageText.Bytes());
+    // Lines end in LF, as a shell's tools expect; a lone CR stays.
+    std::string out;
+    const std::string_view bytes = messageText.Bytes();
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        if (bytes[i] != '\r' || i + 1 == bytes.size() || bytes[i + 1] != '\n') out += bytes[i];
+    }
     EndWithLineBreak(out);
     return out;
 }

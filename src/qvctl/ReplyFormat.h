@@ -8,8 +8,8 @@
 namespace qv::ctl {
 
 // One reply as qvctl prints it, always ending in a line break:
-//  - Text: the message's bytes as they are (its lines end in CR LF, which a
-//    terminal shows as plain lines), plus "\n" when they do not end in one.
+//  - Text: the message's bytes with each CR LF as LF, plus "\n" when they do
+//    not end in one.
 //  - Raw: every byte visible: CR as "\r", LF as "\n" followed by a real line
 //    break, a backslash as "\\", other control bytes as "\xHH".
 //  - Json: {"fields":[{"name":..,"value":..},...],"body":"<Base64>"} on one
