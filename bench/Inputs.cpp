@@ -84,4 +84,22 @@ std::string NoiseBytes(std::size_t size) {
     return bytes;
 }
 
+std::string HeaderBlock(std::size_t lines) {
+    constexpr std::string_view kStatusLine = "HTTP/1.0 200 OK\r\n";
+    constexpr std::string_view kLine = "X-0000000: v\r\n";
+    constexpr std::size_t kDigitsAt = 2;
+    constexpr std::size_t kDigits = 7;
+    std::string block;
+    block.reserve(kStatusLine.size() + lines * kLine.size());  // made once: seen once at the peak
+    block += kStatusLine;
+    std::string line(kLine);
+    for (std::size_t number = 0; number < lines; ++number) {
+        for (std::size_t i = 0, rest = number; i < kDigits; ++i, rest /= 10) {
+            line[kDigitsAt + kDigits - 1 - i] = static_cast<char>('0' + rest % 10);
+        }
+        block += line;
+    }
+    return block;
+}
+
 }  // namespace qv::bench
