@@ -84,7 +84,7 @@ std::string NoiseBytes(std::size_t size) {
     return bytes;
 }
 
-std::string HeaderBlock(std::size_t lines) {
+std::string HeaderBlock(std::size_t lines, HeaderNames names) {
     constexpr std::string_view kStatusLine = "HTTP/1.0 200 OK\r\n";
     constexpr std::string_view kLine = "X-0000000: v\r\n";
     constexpr std::size_t kDigitsAt = 2;
@@ -94,8 +94,9 @@ std::string HeaderBlock(std::size_t lines) {
     block += kStatusLine;
     std::string line(kLine);
     for (std::size_t number = 0; number < lines; ++number) {
-        for (std::size_t i = 0, rest = number; i < kDigits; ++i, rest /= 10) {
-            line[kDigitsAt + kDigits - 1 - i] = static_cast<char>('0' + rest % 10);
+        std::size_t rest = names == HeaderNames::Distinct ? number : 0;
+        for (std::size_t digit = kDigits; digit-- > 0; rest /= 10) {
+            line[kDigitsAt + digit] = static_cast<char>('0' + rest % 10);
         }
         block += line;
     }
