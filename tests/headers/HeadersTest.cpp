@@ -31,7 +31,7 @@ InternetHeaders ThreeOfA() { return Parsed("A: 1\r\nB: 2\r\nA: 3\r\nA: 4"); }
 
 TEST(InternetHeadersTest, ParsingUnfoldsAndSkipsLinesWithoutAColonByTheFirstLineEndFound) {
     const std::pair<std::string_view, Entries> cases[] = {
-        {"Subject: one\r\n\ttwo\r\n   three", {{"Subject", "one two   three"}}},
+        {"Subject: one\r\n\ttwo\r\n   three\r\nX: a\r\n b", {{"Subject", "one two   three"}, {"X", "a b"}}},
         {"A: 1\rB: 2", {{"A", "1"}, {"B", "2"}}},
         {"X:y:z", {{"X", "y:z"}}},
         {" X: 1\nX : 2", {{" X", "1"}, {"X ", "2"}}},
@@ -111,6 +111,11 @@ TEST(InternetHeadersTest, SettingDeletingAndAppendingKeepTheNumberingRules) {
         headers.AppendHeader("A", "new");
         EXPECT_EQ(headers.Value(String(c.keyOfAnAppend)).Bytes(), "new") << c.what;
     }
+    // The empty name is a name like any other, also when its first value goes.
+    InternetHeaders unnamed = Parsed(": 1\r\n: 2\r\n: 3");
+    unnamed.Delete("", 0);
+    EXPECT_EQ(Walk(unnamed), (Entries{{"", "2"}, {"", "3"}}));
+
     std::string text;
     for (int i = 0; i < 100'000; ++i) text += "X: " + std::to_string(i) + "\r\n";
     const InternetHeaders many = Parsed(text);
