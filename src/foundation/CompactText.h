@@ -17,11 +17,11 @@ struct TextRef {
     Encoding encoding;
 };
 
-// One text of a table entry in 16 bytes, where a String with its shared block
-// and a std::string take 48 and more: up to 15 bytes are kept inline, a longer
-// text on the heap or, when its bytes lie in a block that the table keeps
-// anyway, as a view into that block. A header line of a few bytes thus costs
-// no allocation, and a long one no second copy.
+// One text of a table entry in 16 bytes, where a String takes 24 and a heap
+// block of some 64 more: up to 15 bytes are kept inline, a longer text on the
+// heap or, when its bytes lie in a block that the table keeps anyway, as a
+// view into that block. A header line of a few bytes thus costs no
+// allocation, and a long one no second copy.
 class CompactText {
 public:
     CompactText() noexcept;

@@ -29,9 +29,10 @@ inline constexpr LineEnd kCR{"\r", "\r\r"};
 // is the table's insertion order; the values of one name need not be adjacent.
 //
 // A parsed block is held once, as the source text: names and values of more
-// than 15 bytes are views into it, shorter ones are kept inline, so a line
-// costs its entry's 32 bytes and an index slot or two beside its own bytes.
-// Parsing is one pass over the text.
+// than 15 bytes are views into it (those of a folded line, which is joined,
+// excepted), shorter ones are kept inline, so a line costs its entry's 32
+// bytes and an index slot or two beside its own bytes. Parsing is one pass
+// over the text.
 //
 // Several operations keep long-standing quirks on purpose (noted below); the
 // HTTP client and the response report depend on this exact behaviour.
