@@ -58,7 +58,7 @@ void ExpectSame(const Dictionary& table, PlainList& list, const std::string& whe
 
 // Thousands of changes that grow the table past several capacities, remove
 // keys and set them again, with keys that differ only in letter case, the
-// empty key, and texts short enough to be kept inline and too long for it.
+// empty key, and texts short enough to be kept inline and far too long.
 TEST(DictionaryTest, AgreesWithAPlainListThroughGrowthRemovalAndReinsertion) {
     std::uint64_t state = 0x9E3779B97F4A7C15;
     const auto below = [&state](std::uint64_t bound) {
@@ -79,7 +79,8 @@ TEST(DictionaryTest, AgreesWithAPlainListThroughGrowthRemovalAndReinsertion) {
         return anyCase((n % 2 == 0 ? "key-" : "a key too long to be kept inline, number ") + std::to_string(n));
     };
     const auto someValue = [&] {
-        const std::string text = below(2) == 0 ? "v" + std::to_string(below(100)) : std::string(16 + below(40), 'w');
+        // Long ones of up to 128 KiB, whose sizes take one to three bytes.
+        const std::string text = below(2) == 0 ? "v" + std::to_string(below(100)) : std::string(1 << below(18), 'w');
         return String(text, below(3) == 0 ? Encoding::UTF8 : Encoding::None);
     };
 
