@@ -87,6 +87,8 @@ TEST(InternetHeadersTest, SettingDeletingAndAppendingKeepTheNumberingRules) {
         {"nothing", [](InternetHeaders&) {}, {{"A", "1"}, {"B", "2"}, {"A", "3"}, {"A", "4"}}, "1, 3, 4", "A:3"},
         {"set without index: one value", [](InternetHeaders& h) { h.SetHeader("a", "9"); }, {{"B", "2"}, {"a", "9"}}, "9",
          "A:1"},
+        {"set without index on two values", [](InternetHeaders& h) { h.Delete("A", 2), h.SetHeader("a", "9"); },
+         {{"B", "2"}, {"a", "9"}}, "9", "A:1"},
         {"set index 0: the first only", [](InternetHeaders& h) { h.SetHeader("A", "x", 0); },
          {{"A", "x"}, {"B", "2"}, {"A", "3"}, {"A", "4"}}, "x, 3, 4", "A:3"},
         {"set beyond the end: a gap NameCount stops at", [](InternetHeaders& h) { h.SetHeader("A", "x", 5); },
