@@ -84,4 +84,23 @@ std::string NoiseBytes(std::size_t size) {
     return bytes;
 }
 
+std::string HeaderBlock(std::size_t lines, HeaderNames names) {
+    constexpr std::string_view kStatusLine = "HTTP/1.0 200 OK\r\n";
+    constexpr std::string_view kLine = "X-0000000: v\r\n";
+    constexpr std::size_t kDigitsAt = 2;
+    constexpr std::size_t kDigits = 7;
+    std::string block;
+    block.reserve(kStatusLine.size() + lines * kLine.size());  // made once: seen once at the peak
+    block += kStatusLine;
+    std::string line(kLine);
+    for (std::size_t number = 0; number < lines; ++number) {
+        std::size_t rest = names == HeaderNames::Distinct ? number : 0;
+        for (std::size_t digit = kDigits; digit-- > 0; rest /= 10) {
+            line[kDigitsAt + digit] = static_cast<char>('0' + rest % 10);
+        }
+        block += line;
+    }
+    return block;
+}
+
 }  // namespace qv::bench

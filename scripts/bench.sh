@@ -15,8 +15,9 @@ cmake --build "$build" --target qvbench qvbench_memory qvbench_resident qvcopybe
 
 "$build/bin/qvbench" --benchmark_repetitions=3 --benchmark_report_aggregates_only=true \
   --benchmark_out="$build/bench.json" --benchmark_out_format=json "$@"
-# Peak memory in processes of their own: one line of JSON per page kind.
-for page in html noise; do "$build/bin/qvbench_memory" "$page"; done >"$build/memory.json"
+# Peak memory in processes of their own: one line of JSON per page kind and
+# for a header block.
+for page in html noise headers; do "$build/bin/qvbench_memory" "$page"; done >"$build/memory.json"
 # What the process keeps after one large page.
 "$build/bin/qvbench_resident" 512 >"$build/resident.json"
 # Whole 1 GiB copies against cp's, and the CPU of the copy's pauses.

@@ -8,7 +8,7 @@ namespace qv {
 String RSSDownloadWindow::getScaledSize(std::int64_t size) {
     struct Unit {
         double above;
-        const char* mask;
+        NumberMask mask;
         const char* name;
     };
     static constexpr Unit kUnits[] = {

@@ -2,25 +2,23 @@
 
 #include <cstdint>
 #include <initializer_list>
-#include <string>
-#include <unordered_map>
 #include <utility>
-#include <vector>
 
 #include "foundation/String.h"
+#include "foundation/TextTable.h"
 
 namespace qv {
 
 // A map from text keys to text values. Keys compare with ASCII letter case
 // ignored, as everywhere in the system, and keep the spelling and position of
 // their first insertion. Key(index) walks the keys in insertion order, which
-// header blocks rely on to write their lines back in the order they came.
+// a form relies on to be encoded in the order it was filled.
 class Dictionary {
 public:
     Dictionary() = default;
     Dictionary(std::initializer_list<std::pair<String, String>> pairs);
 
-    std::int32_t Count() const { return static_cast<std::int32_t>(entries_.size()); }
+    std::int32_t Count() const { return table_.Count(); }
     bool HasKey(const String& key) const;
 
     // The key at a position from 0; OutOfBoundsException outside 0 to Count - 1.
@@ -37,16 +35,7 @@ public:
     void Remove(const String& key);
 
 private:
-    struct Entry {
-        String key;
-        String value;
-    };
-
-    const Entry* Find(const String& key) const;
-
-    std::vector<Entry> entries_;
-    // Case-folded key to its position in entries_.
-    std::unordered_map<std::string, std::size_t> positions_;
+    TextTable table_;
 };
 
 }  // namespace qv

@@ -13,7 +13,10 @@ namespace qv {
 namespace {
 
 constexpr std::size_t kNotFound = std::string_view::npos;
-constexpr std::size_t kMaxDecimals = 18;  // The scaled fraction must fit a 64-bit integer.
+// The longest fixed-point text of a double: DBL_MAX has 309 digits ahead of
+// the point, the least subnormal 1074 behind it.
+constexpr std::size_t kMostWholeDigits = 309;
+constexpr std::size_t kMostDecimals = 1074;
 
 bool IsDigit(char c) {
     return c >= '0' && c <= '9';
@@ -43,44 +46,12 @@ double BeyondRange(std::string_view mantissa, std::string_view exponent) {
     return place + SaturatedExponent(exponent) > 0 ? HUGE_VAL : 0.0;
 }
 
-struct Mask {
-    std::size_t integerPlaces;  // mandatory digits ahead of the point
-    std::size_t decimals;
-};
-
-Mask ReadMask(std::string_view mask) {
-    const std::size_t point = std::min(mask.find('.'), mask.size());
-    const auto places = std::count(mask.begin(), mask.begin() + static_cast<std::ptrdiff_t>(point), '0');
-    const auto decimals = std::count_if(mask.begin() + static_cast<std::ptrdiff_t>(point), mask.end(),
-                                        [](char c) { return c == '0' || c == '#'; });
-    return {static_cast<std::size_t>(places), std::min(static_cast<std::size_t>(decimals), kMaxDecimals)};
-}
-
-// The digits of a whole number held in a double, none for 0. to_chars prints
-// the exact value, and with no fraction there is nothing for it to round.
-std::string WholeDigits(double whole) {
-    if (whole == 0) return std::string();
-    char buffer[400];  // DBL_MAX has 309 digits.
-    const auto result =
-        std::to_chars(std::begin(buffer), std::end(buffer), whole, std::chars_format::fixed, 0);
-    return std::string(std::begin(buffer), result.ptr);
-}
-
-// `value` in exactly `width` digits, with leading zeros.
-std::string DecimalDigits(std::uint64_t value, std::size_t width) {
-    std::string digits(width, '0');
-    for (std::size_t i = width; i-- > 0 && value != 0; value /= 10) {
-        digits[i] = static_cast<char>('0' + value % 10);
-    }
-    return digits;
-}
-
 // The sign, the whole digits padded to the mask's mandatory places, and the
 // decimals behind a point where the mask has any.
-String Compose(const Mask& places, bool negative, const std::string& digits, const std::string& decimals) {
+String Compose(NumberMask mask, bool negative, std::string_view digits, std::string_view decimals) {
     std::string text;
     if (negative) text += '-';
-    if (digits.size() < places.integerPlaces) text.append(places.integerPlaces - digits.size(), '0');
+    if (digits.size() < mask.IntegerPlaces()) text.append(mask.IntegerPlaces() - digits.size(), '0');
     text += digits;
     if (!decimals.empty()) {
         text += '.';
@@ -150,36 +121,41 @@ double Val(const String& text) {
     return negative ? -value : value;
 }
 
-String Format(double value, const String& mask) {
+String Format(double value, NumberMask mask) {
     if (std::isnan(value)) return "nan";
     if (std::isinf(value)) return value < 0 ? "-inf" : "inf";
-    const Mask places = ReadMask(mask.Bytes());
-
-    long double scale = 1;
-    for (std::size_t i = 0; i < places.decimals; ++i) scale *= 10;
-    double whole = std::trunc(std::fabs(value));
-    const double fraction = std::fabs(value) - whole;
-    // With x87's 64-bit mantissa the product of a fraction and 10^3 is exact, so
-    // this rounds the true value half away from zero, where printf would round
-    // half to even: 1.25 under "0.0" must read 1.3.
-    long double scaled = std::round(static_cast<long double>(fraction) * scale);
-    if (scaled >= scale) {  // 0.96 under "0.0" carries into the whole part.
-        whole += 1;
-        scaled -= scale;
+    // A double's exact value has at most 1074 digits behind the point, so at
+    // that precision to_chars writes it whole, without rounding anything.
+    char buffer[kMostWholeDigits + 1 + kMostDecimals];
+    const auto written =
+        std::to_chars(std::begin(buffer), std::end(buffer), std::fabs(value), std::chars_format::fixed, kMostDecimals);
+    const std::string_view exact(buffer, static_cast<std::size_t>(written.ptr - buffer));
+    const std::size_t point = exact.find('.');
+    std::string digits(exact.substr(0, point));
+    digits += exact.substr(point + 1, mask.Decimals());
+    // Half away from zero: the first digit dropped decides, whatever follows it.
+    if (exact[point + 1 + mask.Decimals()] >= '5') {
+        std::size_t at = digits.size();
+        while (at > 0 && digits[at - 1] == '9') digits[--at] = '0';
+        if (at == 0) {
+            digits.insert(digits.begin(), '1');
+        } else {
+            ++digits[at - 1];
+        }
     }
-
-    return Compose(places, value < 0 && (whole != 0 || scaled != 0), WholeDigits(whole),
-                   DecimalDigits(static_cast<std::uint64_t>(scaled), places.decimals));
+    const bool nonZero = digits.find_first_not_of('0') != kNotFound;
+    std::string_view whole = std::string_view(digits).substr(0, digits.size() - mask.Decimals());
+    whole.remove_prefix(std::min(whole.find_first_not_of('0'), whole.size()));  // "#" shows no digit of 0
+    return Compose(mask, value < 0 && nonZero, whole, std::string_view(digits).substr(digits.size() - mask.Decimals()));
 }
 
-String FormatInteger(std::int64_t value, const String& mask) {
-    const Mask places = ReadMask(mask.Bytes());
+String FormatInteger(std::int64_t value, NumberMask mask) {
     // Negated in unsigned arithmetic, where the most negative value has a magnitude too.
     const std::uint64_t magnitude = value < 0 ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
     char buffer[24];
     const auto end = std::to_chars(std::begin(buffer), std::end(buffer), magnitude).ptr;
-    const std::string digits = magnitude == 0 ? std::string() : std::string(std::begin(buffer), end);
-    return Compose(places, value < 0, digits, std::string(places.decimals, '0'));
+    const std::string_view digits = magnitude == 0 ? std::string_view() : std::string_view(buffer, end);
+    return Compose(mask, value < 0, digits, std::string(mask.Decimals(), '0'));
 }
 
 }  // namespace qv

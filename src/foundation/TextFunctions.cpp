@@ -228,8 +228,12 @@ String ReplaceAll(const String& text, const String& find, const String& replacem
 }
 
 String LTrim(const String& text) {
-    const std::size_t first = text.Bytes().find_first_not_of(" \t\r\n\v\f");
-    return Slice(text, first == kNotFound ? text.Size() : first, text.Size());
+    return Slice(text, text.Size() - LTrimBytes(text.Bytes()).size(), text.Size());
+}
+
+std::string_view LTrimBytes(std::string_view bytes) {
+    const std::size_t first = bytes.find_first_not_of(" \t\r\n\v\f");
+    return bytes.substr(first == kNotFound ? bytes.size() : first);
 }
 
 std::int32_t Asc(const String& text) {

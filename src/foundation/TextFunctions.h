@@ -64,6 +64,8 @@ String ReplaceAll(const String& text, const String& find, const String& replacem
 
 // Leading ASCII white space (space, tab, CR, LF, VT, FF) removed.
 String LTrim(const String& text);
+// The same on bytes in place.
+std::string_view LTrimBytes(std::string_view bytes);
 
 // Code of the first character, 0 for "". A UTF-8-marked string gives the code
 // point; a malformed sequence gives the value of its first byte.

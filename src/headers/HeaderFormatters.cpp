@@ -42,7 +42,7 @@ String InternetHeaders::_FormatEmailHeaders() const {
     // that of the keys. Of Return-Path, Date, Subject and From only the first
     // value is written: the last loop skips the rest.
     const auto addFirstValue = [&](const String& name) {
-        if (table_.HasKey(name)) lines.Add(name, Value(name));
+        if (table_.Find(name.Bytes())) lines.Add(name, Value(name));
     };
     const auto addJoinedValues = [&](const String& name) {
         if (NameCount(name) > 0) lines.Add(name, CommaSeparatedValues(name));

@@ -1,5 +1,7 @@
 #include "headers/InternetHeaders.h"
 
+#include <algorithm>
+#include <charconv>
 #include <limits>
 
 #include "foundation/TextFunctions.h"
@@ -9,46 +11,84 @@ namespace qv {
 namespace {
 
 // The key of the value with index n of a name.
-String SuffixedKey(const String& name, std::int32_t n) {
-    return name + ":" + Str(n);
+std::string SuffixedKey(std::string_view name, std::int32_t n) {
+    char digits[12];
+    const std::string_view number(digits, static_cast<std::size_t>(std::to_chars(digits, std::end(digits), n).ptr - digits));
+    std::string key;
+    key.reserve(name.size() + 1 + number.size());
+    key.append(name).append(1, ':').append(number);
+    return key;
 }
 
 // Setting and deleting by index take only 0 as the bare name, unlike reading,
 // which takes everything below 1: deliberate, so a negative index makes a key
 // such as "Name:-1".
-String KeyAt(const String& name, std::int32_t index) {
-    return index == 0 ? name : SuffixedKey(name, index);
+std::string KeyAt(std::string_view name, std::int32_t index) {
+    return index == 0 ? std::string(name) : SuffixedKey(name, index);
 }
 
-String BareName(const String& key) {
-    return NthField(key, ":", 1);
-}
-
-std::string Folded(const String& name) {
-    std::string folded(name.Bytes());
+std::string Folded(std::string_view name) {
+    std::string folded(name);
     for (char& c : folded) c = FoldCase(c);
     return folded;
 }
 
+// Calls take(line) for each line of `text`, a line end followed by a space or
+// a tab joining the next line on with one space, as unfolding replaces them.
+// A line that was joined is made in a buffer; every other one is a view into
+// `text`, so a block without folded lines is never copied.
+template <class Take>
+void ForEachUnfoldedLine(std::string_view text, std::string_view eol, Take take) {
+    std::string joined;
+    std::size_t lineStart = 0;
+    std::size_t pieceStart = 0;  // where the part of the line behind its last fold starts
+    bool folded = false;
+    for (;;) {
+        const std::size_t at = text.find(eol, pieceStart);
+        const std::size_t behind = at == std::string_view::npos ? text.size() : at + eol.size();
+        if (behind < text.size() && (text[behind] == ' ' || text[behind] == '\t')) {
+            if (!folded) joined.clear();
+            joined.append(text.substr(pieceStart, at - pieceStart)).append(1, ' ');
+            folded = true;
+            pieceStart = behind + 1;
+            continue;
+        }
+        const std::size_t end = std::min(at, text.size());
+        if (folded) {
+            take(std::string_view(joined.append(text.substr(pieceStart, end - pieceStart))));
+        } else {
+            take(text.substr(lineStart, end - lineStart));
+        }
+        if (at == std::string_view::npos) return;
+        lineStart = pieceStart = behind;
+        folded = false;
+    }
+}
+
 }  // namespace
+
+std::string_view InternetHeaders::BareName(std::string_view key) {
+    return key.substr(0, key.find(':'));
+}
 
 std::int32_t InternetHeaders::Count() const {
     return table_.Count();
 }
 
 String InternetHeaders::Name(std::int32_t index) const {
-    return BareName(table_.Key(index));
+    const CompactText& key = table_.KeyAt(index);
+    return String(BareName(key.Bytes()), key.GetEncoding());
 }
 
 String InternetHeaders::Value(std::int32_t index) const {
     if (index > Count() - 1) return String();
-    return table_.Value(table_.Key(index));
+    return table_.ValueAt(index).ToString();
 }
 
 std::int32_t InternetHeaders::NameCount(const String& name) const {
-    if (!table_.HasKey(name)) return 0;
+    if (!table_.Find(name.Bytes())) return 0;
     std::int32_t count = 1;
-    while (table_.HasKey(SuffixedKey(name, count))) ++count;
+    while (table_.Find(SuffixedKey(name.Bytes(), count))) ++count;
     return count;
 }
 
@@ -57,7 +97,8 @@ String InternetHeaders::Value(const String& name) const {
 }
 
 String InternetHeaders::Value(const String& name, std::int32_t index) const {
-    return table_.Lookup(index < 1 ? name : SuffixedKey(name, index), String());
+    const CompactText* value = table_.Find(index < 1 ? std::string(name.Bytes()) : SuffixedKey(name.Bytes(), index));
+    return value ? value->ToString() : String();
 }
 
 String InternetHeaders::CommaSeparatedValues(const String& name) const {
@@ -71,59 +112,64 @@ String InternetHeaders::CommaSeparatedValues(const String& name) const {
 }
 
 void InternetHeaders::AppendHeader(const String& name, const String& value) {
-    if (!table_.HasKey(name)) {
-        table_.SetValue(name, value);
-        return;
-    }
-    const String bare = BareName(name);
+    Append(name, value);
+}
+
+void InternetHeaders::Append(TextRef name, TextRef value) {
+    if (table_.Add(name, value)) return;
+    const std::string_view bare = BareName(name.bytes);
     std::int32_t& counter = firstMaybeFree_.try_emplace(Folded(bare), 1).first->second;
-    while (table_.HasKey(SuffixedKey(bare, counter))) ++counter;
-    table_.SetValue(SuffixedKey(bare, counter++), value);
+    while (!table_.Add({SuffixedKey(bare, counter), name.encoding}, value)) ++counter;
+    ++counter;
 }
 
 void InternetHeaders::SetHeader(const String& name, const String& value) {
     if (NameCount(name) >= 2) Delete(name);
-    table_.SetValue(name, value);
+    table_.Set(name, value);
 }
 
 void InternetHeaders::SetHeader(const String& name, const String& value, std::int32_t index) {
     // A free key is taken as it stands: an index beyond the end leaves a gap that
     // NameCount stops at, and the values behind it are reached only by position.
-    table_.SetValue(KeyAt(name, index), value);
+    table_.Set({KeyAt(name.Bytes(), index), name.GetEncoding()}, value);
 }
 
 void InternetHeaders::Delete(const String& name) {
     const std::int32_t count = NameCount(name);
     if (count == 0) return;
-    RemoveKey(name);
-    for (std::int32_t index = 1; index < count; ++index) RemoveKey(SuffixedKey(name, index));
+    RemoveKey(name.Bytes());
+    for (std::int32_t index = 1; index < count; ++index) RemoveKey(SuffixedKey(name.Bytes(), index));
+    table_.CloseGaps();
 }
 
 void InternetHeaders::Delete(const String& name, std::int32_t index) {
-    const String key = KeyAt(name, index);
-    if (!table_.HasKey(key)) return;
+    const std::string key = KeyAt(name.Bytes(), index);
+    if (!table_.Find(key)) return;
     RemoveKey(key);
     // Each later value moves down into the index just freed, up to the first
-    // absent one. The bound only keeps `freed + 1` from overflowing.
+    // absent one, and goes behind the others: its key was just removed. The
+    // bound only keeps `freed + 1` from overflowing.
     for (std::int32_t freed = index; freed < std::numeric_limits<std::int32_t>::max(); ++freed) {
-        const String next = SuffixedKey(name, freed + 1);
-        if (!table_.HasKey(next)) break;
-        table_.SetValue(KeyAt(name, freed), table_.Value(next));
+        const std::string next = SuffixedKey(name.Bytes(), freed + 1);
+        const CompactText* value = table_.Find(next);
+        if (!value) break;
+        table_.Set({KeyAt(name.Bytes(), freed), name.GetEncoding()}, {value->Bytes(), value->GetEncoding()});
         RemoveKey(next);
     }
+    table_.CloseGaps();
 }
 
 void InternetHeaders::DeleteAllHeaders() {
-    Clear();
+    Clear(String());
 }
 
-void InternetHeaders::RemoveKey(const String& key) {
+void InternetHeaders::RemoveKey(std::string_view key) {
     table_.Remove(key);
     firstMaybeFree_.erase(Folded(BareName(key)));  // the number just freed may be lower
 }
 
-void InternetHeaders::Clear() {
-    table_ = Dictionary();
+void InternetHeaders::Clear(const String& block) {
+    table_.Reset(block);
     firstMaybeFree_.clear();
 }
 
@@ -133,15 +179,14 @@ String InternetHeaders::Source() const {
 
 void InternetHeaders::_ParseHeaders(const String& text) {
     source_ = text;
-    const String eol = _DetermineEOLCharacter(text);
-    Clear();
-    const String unfolded = ReplaceAll(ReplaceAll(text, eol + " ", " "), eol + Chr(9), " ");
-    for (const String& line : Split(unfolded, eol)) {
-        const std::int32_t colon = InStr(1, line, ":");
+    Clear(text);
+    const Encoding encoding = text.GetEncoding();
+    ForEachUnfoldedLine(text.Bytes(), LineEndOf(text.Bytes()).once, [&](std::string_view line) {
+        const std::size_t colon = line.find(':');
         // A status line, a blank line or junk; the lines behind a blank one are read too.
-        if (colon == 0) continue;
-        AppendHeader(BareName(line), LTrim(Mid(line, colon + 1)));
-    }
+        if (colon == std::string_view::npos) return;
+        Append({line.substr(0, colon), encoding}, {LTrimBytes(line.substr(colon + 1)), encoding});
+    });
 }
 
 String InternetHeaders::_DetermineEOLCharacter(const String& text) {

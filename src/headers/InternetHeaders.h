@@ -5,8 +5,8 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "foundation/Dictionary.h"
 #include "foundation/String.h"
+#include "foundation/TextTable.h"
 
 namespace qv {
 
@@ -28,6 +28,12 @@ inline constexpr LineEnd kCR{"\r", "\r\r"};
 // Keys ignore letter case, as the Dictionary's do. A position (0 to Count - 1)
 // is the table's insertion order; the values of one name need not be adjacent.
 //
+// A parsed block is held once, as the source text: names and values of more
+// than 15 bytes are views into it (those of a folded line, which is joined,
+// excepted), shorter ones are kept inline, so a line costs its entry's 32
+// bytes and an index slot or two beside its own bytes. Parsing is one pass
+// over the text.
+//
 // Several operations keep long-standing quirks on purpose (noted below); the
 // HTTP client and the response report depend on this exact behaviour.
 class InternetHeaders {
@@ -36,11 +42,11 @@ public:
 
     // All values of all names.
     std::int32_t Count() const;
-    // The key at a position, cut at its first ":". No check of its own: a
-    // position outside the table raises the Dictionary's OutOfBoundsException.
+    // The key at a position, cut at its first ":". A position outside the
+    // table raises OutOfBoundsException, as a Dictionary's Key does.
     String Name(std::int32_t index) const;
-    // The value at a position; "" for an index above Count - 1, while a negative
-    // index goes to the Dictionary unchecked and raises there.
+    // The value at a position; "" for an index above Count - 1, while a
+    // negative index raises OutOfBoundsException as Name does.
     String Value(std::int32_t index) const;
 
     // 0 when the key `name` is absent; otherwise the first n from 1 for which
@@ -80,6 +86,14 @@ public:
     // The same choice, for a caller that looks at raw bytes many times.
     static const LineEnd& LineEndOf(std::string_view text);
 
+    // Calls visit(name, value) for each entry in table order, the name cut at
+    // its first ":", as views that last while the table is unchanged: the walk
+    // that writes a large block's lines without a String for each.
+    template <class Visit>
+    void ForEachHeader(Visit&& visit) const {
+        for (std::int32_t i = 0; i < Count(); ++i) visit(BareName(table_.KeyAt(i).Bytes()), table_.ValueAt(i).Bytes());
+    }
+
     // One "Name: value" line per entry in table order, joined by CR LF with no
     // line end behind the last.
     String _FormatHTTPHeaders() const;
@@ -88,16 +102,20 @@ public:
     String _FormatEmailHeaders() const;
 
 private:
+    static std::string_view BareName(std::string_view key);
+    void Append(TextRef name, TextRef value);
     // Every change that removes a key goes through here, so the free numbers
-    // below stay true.
-    void RemoveKey(const String& key);
-    void Clear();
+    // below stay true. The gaps it leaves are closed by the caller, once.
+    void RemoveKey(std::string_view key);
+    // Empties the table, which keeps `block` for views into it.
+    void Clear(const String& block);
 
-    Dictionary table_;
+    TextTable table_;
     String source_;
-    // Per bare name (case-folded), a number from which the search for the next
-    // free "name:n" may start: every lower one is taken. A server that repeats
-    // a header 40,000 times then costs linear time, not quadratic.
+    // Per bare name (case-folded) that was repeated, a number from which the
+    // search for the next free "name:n" may start: every lower one is taken.
+    // A server that repeats a header 40,000 times then costs linear time, not
+    // quadratic.
     std::unordered_map<std::string, std::int32_t> firstMaybeFree_;
 };
 

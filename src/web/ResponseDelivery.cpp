@@ -22,27 +22,32 @@ void RSSDownloadWindow::RSSTCPSocket_PageReceived(const String& /*url*/, std::in
 }
 
 // A 404 or a 301 is a page like any other: HTTPError speaks of the fetch only.
-// The body goes as raw bytes; the report is built once, with room for all.
+// The body goes as raw bytes. The report is built once, in room measured
+// beforehand, and the header lines are copied straight from the table: a
+// block of millions of lines is never held twice beside its table.
 void RSSDownloadWindow::sendPageToQuorvane(const HTTPSocket::Headers& headers, const String& content,
                                            std::int32_t httpStatus) {
     WithCatchAll("QVAssistant.sendPageToQuorvane", [&] {
         ControlNamed<SocketTimeoutTimer>("SocketTimeoutTimer").SetMode(Timer::ModeOff);
 
-        StringBuilder report;
-        report.Reserve(content.Size() + 4096);
-        report.Append(fetchReportOpening());
-        report.Append("HTTPStatus: ");
-        report.Append(Format(httpStatus, "#"));
-        report.Append(CRLF);
-        report.Append("HTTPError: 0");
-        report.Append(CRLF);
+        static constexpr std::string_view kNameEnd = ": ";
+        const String head = fetchReportOpening() + "HTTPStatus: " + Format(httpStatus, "#") + CRLF + "HTTPError: 0" + CRLF;
+        std::size_t lineBytes = 0;
         if (headers) {
-            for (std::int32_t i = 0; i < headers->Count(); ++i) {
-                report.Append(headers->Name(i));
-                report.Append(": ");
-                report.Append(headers->Value(i));
-                report.Append(CRLF);
-            }
+            headers->ForEachHeader([&](std::string_view name, std::string_view value) {
+                lineBytes += name.size() + kNameEnd.size() + value.size() + CRLF.Size();
+            });
+        }
+        StringBuilder report;
+        report.Reserve(head.Size() + lineBytes + CRLF.Size() + content.Size());
+        report.Append(head);
+        if (headers) {
+            headers->ForEachHeader([&](std::string_view name, std::string_view value) {
+                report.Append(name);
+                report.Append(kNameEnd);
+                report.Append(value);
+                report.Append(CRLF.Bytes());
+            });
         }
         report.Append(CRLF);
         report.Append(content);

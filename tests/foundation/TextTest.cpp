@@ -165,20 +165,30 @@ TEST(TextTest, NumbersToTextAndBack) {
 TEST(TextTest, FormatMasksRoundHalfAwayFromZeroOnTheExactValueAndIntegersExactly) {
     const struct {
         double value;
-        std::string_view mask, expected;
+        NumberMask mask;
+        std::string_view expected;
     } cases[] = {
         {503, "#", "503"},     {7, "00", "07"},       {123, "00", "123"},       {-5, "0.0", "-5.0"},
         {0, "0", "0"},         {0, "#", ""},          {-0.4, "#", ""},          {0.5, "#", "1"},
-        {-0.5, "#", "-1"},     {0.5, "#.0", ".5"},    {1.25, "0.0", "1.3"},     {-1.25, "0.0", "-1.3"},
-        {1.45, "0.0", "1.4"},  {0.35, "0.0", "0.3"},  {0.96, "0.0", "1.0"},     {99.9996, "0.000", "100.000"},
-        {-0.04, "0.0", "0.0"}, {HUGE_VAL, "0.0", "inf"}, {-HUGE_VAL, "#", "-inf"}, {NAN, "0.000", "nan"},
-        {4503599627370495.5, "0", "4503599627370496"}, {9223372036854775808.0, "0.0", "9223372036854775808.0"}};
-    for (const auto& c : cases) EXPECT_EQ(Format(c.value, c.mask).Bytes(), c.expected) << c.value << " " << c.mask;
+        {-0.5, "#", "-1"},     {2.5, "0", "3"},       {-2.5, "00", "-03"},      {1.5, "0.000", "1.500"},
+        {1.25, "0.0", "1.3"},  {-1.25, "0.0", "-1.3"}, {0.0625, "0.000", "0.063"}, {-0.0625, "0.000", "-0.063"},
+        // Ties in their decimal text whose doubles lie just below or above.
+        {1.45, "0.0", "1.4"},  {0.35, "0.0", "0.3"},  {-1.45, "0.0", "-1.4"},   {1.0005, "0.000", "1.000"},
+        {2.0005, "0.000", "2.001"}, {1.15, "0.0", "1.1"}, {1.55, "0.0", "1.6"},
+        {0.96, "0.0", "1.0"},  {99.9996, "0.000", "100.000"}, {-0.04, "0.0", "0.0"}, {-0.0004, "0.000", "0.000"},
+        {4503599627370495.5, "0", "4503599627370496"}, {-4503599627370495.5, "#", "-4503599627370496"},
+        {9223372036854775808.0, "0.0", "9223372036854775808.0"}, {1e22, "0.000", "10000000000000000000000.000"},
+        {4.9406564584124654e-324, "0.000", "0.000"},
+        {HUGE_VAL, "0.0", "inf"}, {-HUGE_VAL, "#", "-inf"}, {NAN, "0.000", "nan"}};
+    for (const auto& c : cases) {
+        EXPECT_EQ(Format(c.value, c.mask).Bytes(), c.expected) << c.value << " " << c.mask.Text();
+    }
     EXPECT_EQ(Format(1.7976931348623157e308, "#").Size(), 309u);
 
     const struct {
         std::int64_t value;
-        std::string_view mask, expected;
+        NumberMask mask;
+        std::string_view expected;
     } integers[] = {{INT64_MAX, "#", "9223372036854775807"}, {INT64_MIN, "0.0", "-9223372036854775808.0"},
                     {0, "#", ""}, {7, "00", "07"}, {-503, "#", "-503"}};
     for (const auto& c : integers) EXPECT_EQ(Format(c.value, c.mask).Bytes(), c.expected) << c.value;

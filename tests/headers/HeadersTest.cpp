@@ -31,7 +31,7 @@ InternetHeaders ThreeOfA() { return Parsed("A: 1\r\nB: 2\r\nA: 3\r\nA: 4"); }
 
 TEST(InternetHeadersTest, ParsingUnfoldsAndSkipsLinesWithoutAColonByTheFirstLineEndFound) {
     const std::pair<std::string_view, Entries> cases[] = {
-        {"Subject: one\r\n\ttwo\r\n   three", {{"Subject", "one two   three"}}},
+        {"Subject: one\r\n\ttwo\r\n   three\r\nX: a\r\n b", {{"Subject", "one two   three"}, {"X", "a b"}}},
         {"A: 1\rB: 2", {{"A", "1"}, {"B", "2"}}},
         {"X:y:z", {{"X", "y:z"}}},
         {" X: 1\nX : 2", {{" X", "1"}, {"X ", "2"}}},
@@ -87,6 +87,8 @@ TEST(InternetHeadersTest, SettingDeletingAndAppendingKeepTheNumberingRules) {
         {"nothing", [](InternetHeaders&) {}, {{"A", "1"}, {"B", "2"}, {"A", "3"}, {"A", "4"}}, "1, 3, 4", "A:3"},
         {"set without index: one value", [](InternetHeaders& h) { h.SetHeader("a", "9"); }, {{"B", "2"}, {"a", "9"}}, "9",
          "A:1"},
+        {"set without index on two values", [](InternetHeaders& h) { h.Delete("A", 2), h.SetHeader("a", "9"); },
+         {{"B", "2"}, {"a", "9"}}, "9", "A:1"},
         {"set index 0: the first only", [](InternetHeaders& h) { h.SetHeader("A", "x", 0); },
          {{"A", "x"}, {"B", "2"}, {"A", "3"}, {"A", "4"}}, "x, 3, 4", "A:3"},
         {"set beyond the end: a gap NameCount stops at", [](InternetHeaders& h) { h.SetHeader("A", "x", 5); },
@@ -111,6 +113,11 @@ TEST(InternetHeadersTest, SettingDeletingAndAppendingKeepTheNumberingRules) {
         headers.AppendHeader("A", "new");
         EXPECT_EQ(headers.Value(String(c.keyOfAnAppend)).Bytes(), "new") << c.what;
     }
+    // The empty name is a name like any other, also when its first value goes.
+    InternetHeaders unnamed = Parsed(": 1\r\n: 2\r\n: 3");
+    unnamed.Delete("", 0);
+    EXPECT_EQ(Walk(unnamed), (Entries{{"", "2"}, {"", "3"}}));
+
     std::string text;
     for (int i = 0; i < 100'000; ++i) text += "X: " + std::to_string(i) + "\r\n";
     const InternetHeaders many = Parsed(text);

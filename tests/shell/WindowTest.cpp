@@ -90,7 +90,9 @@ TEST_F(WindowTest, SizesInBinaryUnitsAndDurationsWithTheirIrregularHours) {
         {0, "0.0 bytes"},     {1024, "1024.0 bytes"},     {1025, "1.0 KB"},           {1536, "1.5 KB"},
         {1048525, "1024.0 KB"},  // rounding carries up without changing the unit
         {1048577, "1.0 MB"},  {1073741824, "1024.0 MB"},  {1073741825, "1.000 GB"},  {1610612736, "1.500 GB"},
-        {1099511627776, "1024.000 GB"}, {1099511627777, "1.000 TB"}, {1649267441664, "1.500 TB"}, {-2048, "-2048.0 bytes"}};
+        {1099511627776, "1024.000 GB"}, {1099511627777, "1.000 TB"}, {1649267441664, "1.500 TB"}, {-2048, "-2048.0 bytes"},
+        // Halves round away from zero, never to even.
+        {1280, "1.3 KB"}, {1310720, "1.3 MB"}, {1140850688, "1.063 GB"}, {INT64_MAX, "8388608.000 TB"}};
     for (const auto& [size, text] : sizes) EXPECT_EQ(window->getScaledSize(size).Bytes(), text) << size;
 
     const std::pair<std::int32_t, std::string> durations[] = {
