@@ -42,10 +42,10 @@ ChannelRig::ChannelRig(KeepFrames keep) : keep_(keep) {
     const std::string path = dir_ + "/qvipc";
     window_ = std::make_unique<RSSDownloadWindow>(loop_, clock_, view_, String(path));
     window_->CommandStr = "GetPageURL";
-    window_->InputURL = "http://news.example.org/index.html";
+    window_->fetcher.InputURL = "http://news.example.org/index.html";
     peer_ = ConnectLocal(path);
     if (peer_ < 0) return;
-    const auto& channel = window_->ControlNamed<RSSDownloadWindow::QVIPCSocket>("QVIPCSocket");
+    const auto& channel = window_->channel.QVIPCSocket;
     const Clock::time_point start = Clock::now();
     while (!channel.IsConnected() && Clock::now() - start < kPatience)
         loop_.RunOnce(std::chrono::milliseconds(10));
@@ -63,8 +63,8 @@ ChannelRig::~ChannelRig() {
 
 bool ChannelRig::DeliverPage(const HTTPSocket::Headers& headers, const String& content) {
     const std::size_t before = framesReceived_.load(std::memory_order_acquire);
-    window_->sendPageToQuorvane(headers, content, 200);
-    const auto& channel = window_->ControlNamed<RSSDownloadWindow::QVIPCSocket>("QVIPCSocket");
+    window_->fetcher.sendPageToQuorvane(headers, content, 200);
+    const auto& channel = window_->channel.QVIPCSocket;
     const Clock::time_point start = Clock::now();
     while (framesReceived_.load(std::memory_order_acquire) == before) {
         if (Clock::now() - start > kPatience) return false;

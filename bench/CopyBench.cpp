@@ -86,7 +86,7 @@ class Assistant {
 public:
     explicit Assistant(const std::string& folder)
         : channelPath_(folder + "/qvipc"), window_(loop_, clock_, view_, String(channelPath_)), peer_(loop_) {
-        window_.ControlNamed<RSSDownloadWindow::CommandDispatchTimer>("CommandDispatchTimer")
+        window_.channel.CommandDispatchTimer
             .SetMode(Timer::ModeOff);
         peer_.SetPath(String(channelPath_));
         peer_.onDataAvailable = [this] { replies_.Append(peer_.ReadAll().Bytes()); };
@@ -97,10 +97,10 @@ public:
     // Sends the CopyFile commands and waits until the window has queued them all.
     void Queue(const std::vector<std::string>& commandTexts) {
         for (const std::string& text : commandTexts) peer_.Write(MakeFrame(String(text)));
-        RunUntil([&] { return window_.CommandQueueItemArray.size() == commandTexts.size(); });
+        RunUntil([&] { return window_.channel.CommandQueueItemArray.size() == commandTexts.size(); });
     }
     // One tick of the dispatcher: the head of the queue runs to its end.
-    void Dispatch() { window_.CommandDispatchTimer_Action(); }
+    void Dispatch() { window_.channel.CommandDispatchTimer_Action(); }
 
     // The replies that have come since the last call, once `count` are in.
     std::vector<std::string> Replies(std::size_t count) {
@@ -114,8 +114,8 @@ public:
     }
 
 private:
-    RSSDownloadWindow::QVIPCSocket& Channel() {
-        return window_.ControlNamed<RSSDownloadWindow::QVIPCSocket>("QVIPCSocket");
+    IPCSocket& Channel() {
+        return window_.channel.QVIPCSocket;
     }
     void RunUntil(const std::function<bool()>& done) {
         const auto deadline = SteadyClock::now() + std::chrono::seconds(10);

@@ -1,9 +1,13 @@
+#include "copy/CopyJob.h"
+
 #include <cmath>
 #include <limits>
 #include <optional>
 
+#include "foundation/Exceptions.h"
 #include "foundation/TextFunctions.h"
-#include "shell/RSSDownloadWindow.h"
+#include "protocol/Reports.h"
+#include "protocol/Vocabulary.h"
 
 namespace qv {
 
@@ -28,18 +32,18 @@ double Quotient(double amount, double divider) {
 // lets the sockets in, which is how an abort arrives. What it leaves alone is
 // part of the design: no temporary name, no metadata, no check of the result,
 // no resuming; and never, by any path, a write to or a deletion of the source.
-void RSSDownloadWindow::copyFile(const std::shared_ptr<FolderItem>& source,
+void CopyJob::copyFile(const std::shared_ptr<FolderItem>& source,
                                  const std::shared_ptr<FolderItem>& destination) {
     isFileCopyInProgress = true;
     copyFileData(source, destination);
     // Not a clean-up handler: an exception above leaves both flags set.
     isFileCopyInProgress = false;
-    isCommandInProgress = false;
+    command_.isCommandInProgress = false;
 }
 
 // The copy itself, between the flags: each early return is one of the silent
 // ends, and the flags fall in copyFile all the same.
-void RSSDownloadWindow::copyFileData(const std::shared_ptr<FolderItem>& source,
+void CopyJob::copyFileData(const std::shared_ptr<FolderItem>& source,
                                      const std::shared_ptr<FolderItem>& destination) {
     if (!source || !source->TargetExists() || source->Directory() || !destination) return;
     // A source that cannot be read is refused before the destination is
@@ -72,10 +76,7 @@ void RSSDownloadWindow::copyFileData(const std::shared_ptr<FolderItem>& source,
             const std::int32_t elapsed = TicksBetween(StartTicks, Ticks(clock_)) / 60;
             const String message = getScaledSize(AmountTransferred) + " of " + getScaledSize(TotalSize) +
                                    ", " + secondsToString(elapsed) + " elapsed";
-            RSSSendCommand("Response: CopyFile" + CRLF + "SrcFileInfoMD5: " + SrcFileInfoMD5 + CRLF +
-                               "Status: InProgress" + CRLF + "BarPos: " + Format(barPos, "#") + CRLF +
-                               "MsgStr: " + message + CRLF,
-                           0);
+            channel_.RSSSendCommand(CopyProgressReport(SrcFileInfoMD5, barPos, message), 0);
             pauseForEvents();
         }
         // A chunk that was read is written, also when an abort came in
@@ -94,30 +95,26 @@ void RSSDownloadWindow::copyFileData(const std::shared_ptr<FolderItem>& source,
         Deref(destination->Parent()).Child("._" + destination->Name());
     if (sidecar && sidecar->Exists() && !sidecar->Reaches(*source)) sidecar->Delete();
 
-    String status = "Complete";
+    std::string_view status = CopyStatus::Complete;
     if (isKillCopyInProgress) {  // read afresh: an abort during the last chunk counts too
         destination->Delete();
-        status = "Abort";
+        status = CopyStatus::Abort;
     }
-    RSSSendCommand(
-        "Response: CopyFile" + CRLF + "SrcFileInfoMD5: " + SrcFileInfoMD5 + CRLF + "Status: " + status + CRLF,
-        0);
+    channel_.RSSSendCommand(CopyEndReport(SrcFileInfoMD5, status), 0);
 }
 
-// The full 50 ms, always, waiting on both sockets' descriptors rather than
-// spinning, so that their events (a CopyFileAbort, the channel's loss) come in,
-// and so do the signals that end the process.
-void RSSDownloadWindow::pauseForEvents() {
+// The full 50 ms, always, waiting on the sockets rather than spinning, so that
+// their events (a CopyFileAbort, the channel's loss) come in, and so do the
+// signals that end the process.
+void CopyJob::pauseForEvents() {
+    std::vector<RunLoop::SourceId> sources;
+    for (const SocketCore* socket : pauseSockets_) sources.push_back(socket->Source());
     const double end = Microseconds(clock_) + kPauseMicroseconds;
     for (double now = Microseconds(clock_); now < end; now = Microseconds(clock_)) {
-        auto& tcp = ControlNamed<RSSTCPSocket>("RSSTCPSocket");
-        tcp.Poll();
-        auto& channel = ControlNamed<QVIPCSocket>("QVIPCSocket");
-        channel.Poll();
+        for (SocketCore* socket : pauseSockets_) socket->Poll();
         const auto left =
             std::chrono::milliseconds(static_cast<std::int64_t>(std::ceil((end - now) / 1000.0)));
-        const RunLoop::SourceId sockets[] = {tcp.Source(), channel.Source()};
-        loop_.Await(sockets, left);  // and the signals that end the process
+        loop_.Await(sources, left);  // and the signals that end the process
     }
 }
 

@@ -1,29 +1,35 @@
+#include "copy/CopyJob.h"
 #include "foundation/Base64.h"
 #include "foundation/TextFunctions.h"
-#include "shell/RSSDownloadWindow.h"
+#include "protocol/CommandText.h"
+#include "protocol/Vocabulary.h"
 
 namespace qv {
+
+CopyJob::CopyJob(RunLoop& loop, Clock& clock, CommandState& command, ReportSink& channel,
+                 std::vector<SocketCore*> pauseSockets)
+    : loop_(loop), clock_(clock), command_(command), channel_(channel), pauseSockets_(std::move(pauseSockets)) {}
 
 // Every field is read and stored before anything is tested, so a request that
 // then fails has already replaced the tag, the start and the total. A request
 // that cannot be resolved ends without a word.
-void RSSDownloadWindow::startCopy(const String& text) {
+void CopyJob::startCopy(const String& text) {
     isKillCopyInProgress = false;
     bool notFound = false;
-    const String sourceInfo = Base64Decode(getCRFieldFromString("SrcFileInfo", text, notFound));
-    SrcFileInfoMD5 = getCRFieldFromString("SrcFileInfoMD5", text, notFound);
-    const String destinationInfo = Base64Decode(getCRFieldFromString("DstFileInfo", text, notFound));
-    const String destinationPath = getCRFieldFromString("DstFilePath", text, notFound);
-    StartTicks = CvtReal64ToSInt32(Val(getCRFieldFromString("StartTicks", text, notFound)));
-    TotalSize = CvtReal64ToSInt64(Val(getCRFieldFromString("TotalSize", text, notFound)));
-    if (SameText(getCRFieldFromString("isResetAmountTransferred", text, notFound), "true")) AmountTransferred = 0;
+    const String sourceInfo = Base64Decode(getCRFieldFromString(FieldName::SrcFileInfo, text, notFound));
+    SrcFileInfoMD5 = getCRFieldFromString(FieldName::SrcFileInfoMD5, text, notFound);
+    const String destinationInfo = Base64Decode(getCRFieldFromString(FieldName::DstFileInfo, text, notFound));
+    const String destinationPath = getCRFieldFromString(FieldName::DstFilePath, text, notFound);
+    StartTicks = CvtReal64ToSInt32(Val(getCRFieldFromString(FieldName::StartTicks, text, notFound)));
+    TotalSize = CvtReal64ToSInt64(Val(getCRFieldFromString(FieldName::TotalSize, text, notFound)));
+    if (SameText(getCRFieldFromString(FieldName::isResetAmountTransferred, text, notFound), "true")) AmountTransferred = 0;
 
     const std::shared_ptr<FolderItem> source = sourceInfo.IsEmpty() ? nullptr : GetFolderItem(sourceInfo, 0);
     std::shared_ptr<FolderItem> current = destinationInfo.IsEmpty() ? nullptr : GetFolderItem(destinationInfo, 0);
     // A FIFO or a device is no file to copy, nor is a dangling link: refused
     // as a missing source is.
     if (!source || !source->TargetExists() || source->IsSpecialFile() || !current) {
-        isCommandInProgress = false;
+        command_.isCommandInProgress = false;
         return;
     }
 

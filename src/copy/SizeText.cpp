@@ -1,11 +1,12 @@
+#include "copy/CopyJob.h"
+
 #include "foundation/TextFunctions.h"
-#include "shell/RSSDownloadWindow.h"
 
 namespace qv {
 
 // Binary units under their decimal names; a size right on a threshold reads
 // 1024 of the lower unit. The text is the one Quorvane shows as it stands.
-String RSSDownloadWindow::getScaledSize(std::int64_t size) {
+String CopyJob::getScaledSize(std::int64_t size) {
     struct Unit {
         double above;
         NumberMask mask;
@@ -27,7 +28,7 @@ String RSSDownloadWindow::getScaledSize(std::int64_t size) {
 // Two irregular cases in the hours are kept on purpose, since the peer shows
 // the text as it comes: one hour and one minute lose a colon ("0101:00"), and
 // two hours or more with other minutes get two ("02::05:00").
-String RSSDownloadWindow::secondsToString(std::int32_t seconds) {
+String CopyJob::secondsToString(std::int32_t seconds) {
     if (seconds < 60) {
         if (seconds < 1) return "00:00";
         if (seconds == 1) return "00:01";
@@ -47,6 +48,6 @@ String RSSDownloadWindow::secondsToString(std::int32_t seconds) {
     return hoursPart + minutesPart + Format(rest, "00");
 }
 
-String RSSDownloadWindow::stringFromBool(bool value) { return value ? "true" : "false"; }
+String CopyJob::stringFromBool(bool value) { return value ? "true" : "false"; }
 
 }  // namespace qv

@@ -261,6 +261,11 @@ void RunLoop::Stop(int exitStatus) {
     stopping_ = true;
 }
 
+void RunLoop::Quit(int exitStatus) {
+    Stop(exitStatus);
+    throw EndException();
+}
+
 void RunLoop::SetWaitStep(std::unique_ptr<WaitStep> waitStep) {
     waitStep_ = std::move(waitStep);
 }

@@ -116,8 +116,12 @@ public:
     void RunOnce(std::optional<Duration> maxWait);
 
     // Ends Run after the handler that asks, with the process's exit status.
-    // It returns to its caller; the window's Quit is what never does.
+    // It returns to its caller.
     void Stop(int exitStatus);
+    // Stops, and unwinds from the handler that asks back to the loop
+    // (EndException), so that it never returns into code that would go on
+    // using what has ended, even from a Poll nested in a long handler.
+    [[noreturn]] void Quit(int exitStatus);
     bool Stopping() const { return stopping_; }
     int ExitStatus() const { return exitStatus_; }
 

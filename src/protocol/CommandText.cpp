@@ -16,7 +16,7 @@ String CommandText(const std::vector<Field>& fields) {
     return String(std::move(text));
 }
 
-String ReadCommandField(const String& fieldName, const String& text, bool& notFound) {
+String getCRFieldFromString(const String& fieldName, const String& text, bool& notFound) {
     const String CR("\r");
     String work = CR + text + CR;
     notFound = true;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "foundation/String.h"
@@ -10,6 +11,7 @@ namespace qv {
 // A command's message text is a list of fields, one to a line: the name, one
 // separator character that is never looked at, the value, and CR.
 struct Field {
+    Field(std::string_view fieldName, std::string_view fieldValue) : name(fieldName), value(fieldValue) {}
     std::string name;
     std::string value;
 };
@@ -21,6 +23,6 @@ String CommandText(const std::vector<Field>& fields);
 // whether it was missing. The name matches at the start of any line, whatever
 // follows it, so of two names where one begins the other, the shorter must
 // stand first in a command; the first matching line wins.
-String ReadCommandField(const String& fieldName, const String& text, bool& notFound);
+String getCRFieldFromString(const String& fieldName, const String& text, bool& notFound);
 
 }  // namespace qv

@@ -7,6 +7,7 @@
 
 #include "foundation/Clock.h"
 #include "protocol/CommandText.h"
+#include "protocol/Vocabulary.h"
 #include "qvctl/CopyCommand.h"
 
 namespace qv::ctl {
@@ -53,8 +54,9 @@ struct Request {
     std::optional<LocalCopy> copy = std::nullopt;
 };
 
-inline std::vector<Field> CommandWord(const char* word) {
-    return {{"Command", word}};
+// A command with no field but its word.
+inline std::vector<Field> WordOnly(std::string_view word) {
+    return {{FieldName::Command, word}};
 }
 
 }  // namespace qv::ctl

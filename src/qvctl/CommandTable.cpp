@@ -13,12 +13,12 @@ namespace qv::ctl {
 namespace {
 
 void RunStatus(Console& console, const Options& options) {
-    console.Send(options, {CommandWord("Status"), WaitFor::FirstReply, options.wait.value_or(kReplyWait)});
+    console.Send(options, {WordOnly(CommandWord::Status), WaitFor::FirstReply, options.wait.value_or(kReplyWait)});
 }
 
 void RunShowOrHide(Console& console, const Options& options) {
-    const char* word = options.action == Action::Show ? "Show" : "Hide";
-    console.Send(options, {CommandWord(word), WaitFor::NoReply, options.wait.value_or(kLinger)});
+    const std::string_view word = options.action == Action::Show ? CommandWord::Show : CommandWord::Hide;
+    console.Send(options, {WordOnly(word), WaitFor::NoReply, options.wait.value_or(kLinger)});
 }
 
 void RunAbort(Console& console, const Options& options) {
@@ -27,17 +27,17 @@ void RunAbort(Console& console, const Options& options) {
 
 // The field that holds the URL has the name of the command.
 void RunPage(Console& console, const Options& options) {
-    const char* word = options.action == Action::Get ? "GetPageURL" : "GetHeadersURL";
-    console.Send(
-        options,
-        {{{"Command", word}, {word, options.url}}, WaitFor::FirstReply, options.wait.value_or(kFetchWait)});
+    const std::string_view word = options.action == Action::Get ? CommandWord::GetPageURL : CommandWord::GetHeadersURL;
+    console.Send(options, {{{FieldName::Command, word}, {word, options.url}},
+                           WaitFor::FirstReply,
+                           options.wait.value_or(kFetchWait)});
 }
 
 void RunNews(Console& console, const Options& options) {
-    console.Send(options, {{{"Command", "GetNews"},
-                            {"WebAddress", options.url},
-                            {"DateStr", options.date.value_or("")},
-                            {"GOIStr", options.goi.value_or("")}},
+    console.Send(options, {{{FieldName::Command, CommandWord::GetNews},
+                            {FieldName::WebAddress, options.url},
+                            {FieldName::DateStr, options.date.value_or("")},
+                            {FieldName::GOIStr, options.goi.value_or("")}},
                            WaitFor::FirstReply,
                            options.wait.value_or(kFetchWait)});
 }

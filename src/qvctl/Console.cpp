@@ -10,6 +10,8 @@
 #include "Version.h"
 #include "foundation/SignalWatch.h"
 #include "protocol/CommandText.h"
+#include "protocol/Reports.h"
+#include "protocol/Vocabulary.h"
 #include "qvctl/CopyCommand.h"
 #include "qvctl/FetchReply.h"
 #include "qvctl/Help.h"
@@ -165,14 +167,14 @@ void Console::SendFields(const std::vector<Field>& fields, const Options& option
 void Console::Abort(const Options& options) {
     const auto copy = std::ranges::find_if(queue_, IsCopy<Expected>);
     if (copy != queue_.end()) return RequestAbort(*copy);
-    Send(options, {CommandWord("CopyFileAbort"), WaitFor::FirstReply, options.wait.value_or(kReplyWait)});
+    Send(options, {WordOnly(CommandWord::CopyFileAbort), WaitFor::FirstReply, options.wait.value_or(kReplyWait)});
 }
 
 // An abort stops a copy only while it runs; one sent before would wait behind
 // the copy in the assistant's queue and stop nothing.
 void Console::RequestAbort(Expected& copy) {
     if (std::exchange(copy.abortRequested, true)) return;
-    if (copy.copyRunning) SendFields(CommandWord("CopyFileAbort"), copy.options);
+    if (copy.copyRunning) SendFields(WordOnly(CommandWord::CopyFileAbort), copy.options);
     if (copy.options.verbosity == Verbosity::Quiet) return;
     screen_.Print(copy.copyRunning ? "qvctl: aborting the copy; Ctrl-C again leaves it unfinished\n"
                                    : "qvctl: the abort goes once the copy has begun; Ctrl-C again leaves it\n"
@@ -218,7 +220,7 @@ void Console::TakeCopyReport(Expected& head, const String& reply) {
         return Done();
     }
     if (std::exchange(head.copyRunning, true)) return;
-    if (head.abortRequested) SendFields(CommandWord("CopyFileAbort"), head.options);
+    if (head.abortRequested) SendFields(WordOnly(CommandWord::CopyFileAbort), head.options);
     StartHeadWait();
 }
 

@@ -7,7 +7,7 @@
 #include <system_error>
 
 #include "foundation/Base64.h"
-#include "protocol/Report.h"
+#include "protocol/Vocabulary.h"
 
 namespace qv::ctl {
 
@@ -81,27 +81,14 @@ std::string DestinationOf(const LocalCopy& copy) {
 
 std::vector<Field> CopyFileFields(const LocalCopy& copy, std::int32_t startTicks) {
     const CopyArguments& arguments = copy.arguments;
-    return {{"Command", "CopyFile"},
-            {"SrcFileInfo", std::string(Base64Encode(String(arguments.source)).Bytes())},
-            {"SrcFileInfoMD5", arguments.tag.value_or(std::string(kDefaultCopyTag))},
-            {"DstFileInfo", std::string(Base64Encode(String(arguments.destinationFolder)).Bytes())},
-            {"DstFilePath", arguments.destinationPath},
-            {"StartTicks", std::to_string(startTicks)},
-            {"TotalSize", std::to_string(arguments.total.value_or(copy.sourceSize))},
-            {"isResetAmountTransferred", arguments.resetAmount ? "true" : "false"}};
-}
-
-std::optional<CopyEnd> CopyEndOf(const String& messageText) {
-    const auto fields = ReportFields(SplitReport(messageText.Bytes()).lines);
-    if (fields.empty() ||
-        fields.front() != std::pair<std::string_view, std::string_view>("Response", "CopyFile")) {
-        return std::nullopt;
-    }
-    const auto status = std::ranges::find(fields, "Status", [](const auto& field) { return field.first; });
-    if (status == fields.end()) return std::nullopt;
-    if (status->second == "Complete") return CopyEnd::Complete;
-    if (status->second == "Abort") return CopyEnd::Abort;
-    return std::nullopt;
+    return {{FieldName::Command, CommandWord::CopyFile},
+            {FieldName::SrcFileInfo, std::string(Base64Encode(String(arguments.source)).Bytes())},
+            {FieldName::SrcFileInfoMD5, arguments.tag.value_or(std::string(kDefaultCopyTag))},
+            {FieldName::DstFileInfo, std::string(Base64Encode(String(arguments.destinationFolder)).Bytes())},
+            {FieldName::DstFilePath, arguments.destinationPath},
+            {FieldName::StartTicks, std::to_string(startTicks)},
+            {FieldName::TotalSize, std::to_string(arguments.total.value_or(copy.sourceSize))},
+            {FieldName::isResetAmountTransferred, arguments.resetAmount ? "true" : "false"}};
 }
 
 }  // namespace qv::ctl

@@ -39,7 +39,6 @@ std::string DestinationOf(const LocalCopy& copy);
 std::vector<Field> CopyFileFields(const LocalCopy& copy, std::int32_t startTicks);
 
 // How a copy ended, read from its end report; none for any other reply.
-enum class CopyEnd { Complete, Abort };
-std::optional<CopyEnd> CopyEndOf(const String& messageText);
+
 
 }  // namespace qv::ctl

@@ -7,7 +7,8 @@
 #include <filesystem>
 #include <vector>
 
-#include "protocol/Report.h"
+#include "protocol/Reports.h"
+#include "protocol/Vocabulary.h"
 #include "qvctl/CopyCommand.h"
 #include "qvctl/ReplyFormat.h"
 
@@ -17,12 +18,6 @@ namespace {
 
 constexpr std::int64_t kFullBar = 400;
 constexpr std::size_t kCells = 20;
-
-std::string_view FieldValue(const std::vector<std::pair<std::string_view, std::string_view>>& fields,
-                            std::string_view name) {
-    const auto field = std::ranges::find(fields, name, [](const auto& f) { return f.first; });
-    return field == fields.end() ? std::string_view() : field->second;
-}
 
 double Seconds(Duration duration) {
     return std::chrono::duration<double>(duration).count();
@@ -121,8 +116,8 @@ void CopyDisplay::Show(const String& reply) {
     }
     const auto fields = ReportFields(SplitReport(reply.Bytes()).lines);
     const TimePoint now = clock_.Now();
-    if (FieldValue(fields, "Status") == "InProgress") {
-        CopyFigures figures{Done(FieldValue(fields, "BarPos")), size_, std::nullopt};
+    if (FieldValue(fields, FieldName::Status) == CopyStatus::InProgress) {
+        CopyFigures figures{Done(FieldValue(fields, FieldName::BarPos).value_or("")), size_, std::nullopt};
         if (!firstReport_) firstReport_ = {now, figures.done};
         const double seconds = Seconds(now - firstReport_->first);
         if (seconds > 0)

@@ -3,7 +3,8 @@
 #include <algorithm>
 
 #include "foundation/SocketErrors.h"
-#include "protocol/Report.h"
+#include "protocol/Reports.h"
+#include "protocol/Vocabulary.h"
 #include "qvctl/ReplyFormat.h"
 
 namespace qv::ctl {
@@ -12,9 +13,8 @@ namespace {
 
 // The first HTTPError line is the assistant's; a server's own header of that
 // name comes behind it.
-std::string_view ErrorCode(const std::vector<std::pair<std::string_view, std::string_view>>& fields) {
-    const auto field = std::ranges::find(fields, "HTTPError", [](const auto& f) { return f.first; });
-    return field == fields.end() ? std::string_view("none") : field->second;
+std::string_view ErrorCode(const std::vector<ReportField>& fields) {
+    return FieldValue(fields, FieldName::HTTPError).value_or("none");
 }
 
 }  // namespace

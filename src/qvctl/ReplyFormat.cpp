@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "foundation/Base64.h"
-#include "protocol/Report.h"
+#include "protocol/Reports.h"
 #include "qvctl/JsonText.h"
 
 namespace qv::ctl {

@@ -15,8 +15,7 @@ constexpr std::int32_t kSelectionAtEnd = 32767;
 }  // namespace
 
 void RSSDownloadWindow::writeInputField(const String& text) {
-    // Looked up afresh at each access, as every use of a control is.
-    const auto inputField = [this]() -> EditField& { return ControlNamed<EditField>("InputField"); };
+    const auto inputField = [this]() -> EditField& { return Deref(InputField); };
     const String& newLine = RSSFeedModule::NewLine;
 
     inputField().SetText(inputField().Text() + newLine + text);

@@ -35,7 +35,7 @@ int App::Run() {
     if (const auto screen = QtView::TryOpen(loop_)) {
         // The process ends with the display; the channel's socket file goes first.
         screen->onDisplayLost = [this] {
-            if (window_) window_->ControlNamed<RSSDownloadWindow::QVIPCSocket>("QVIPCSocket").Close();
+            if (window_) window_->channel.QVIPCSocket.Close();
         };
         return RunWith(*screen);
     }

@@ -3,14 +3,14 @@
 #include <cstdint>
 
 #include "foundation/String.h"
-#include "shell/Control.h"
 
 namespace qv {
 
 // The text control that holds the activity log. The window logic sees only
 // this; a headless field and a real widget both implement it.
-class EditField : public Control {
+class EditField {
 public:
+    virtual ~EditField() = default;
     virtual String Text() const = 0;
     virtual void SetText(const String& text) = 0;
     // 0-based line of the character at 0-based `position`.

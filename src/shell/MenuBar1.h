@@ -13,8 +13,8 @@ public:
     static MenuBar1& Instance();
 
     MenuBar1();
-    virtual void Untitled0();  // the File menu
-    virtual void Untitled1();  // the Edit menu
+    void Untitled0();  // the File menu
+    void Untitled1();  // the Edit menu
 
 private:
     // Appends an item under `parent` (the bar itself when empty), setting its

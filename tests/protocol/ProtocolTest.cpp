@@ -9,6 +9,8 @@
 #include "protocol/CommandText.h"
 #include "protocol/Frame.h"
 #include "protocol/PayloadCodec.h"
+#include "protocol/Reports.h"
+#include "protocol/Vocabulary.h"
 
 namespace qv {
 namespace {
@@ -155,11 +157,39 @@ TEST(CommandFieldsTest, AFieldIsReadByTheLongStandingRule) {
     };
     for (const auto& c : cases) {
         bool notFound = !c.notFound;
-        const String value = ReadCommandField(c.name, String(c.text), notFound);
+        const String value = getCRFieldFromString(c.name, String(c.text), notFound);
         EXPECT_EQ(value.Bytes(), c.value) << c.what;
         EXPECT_EQ(notFound, c.notFound) << c.what;
         EXPECT_EQ(value.GetEncoding(), Encoding::UTF8) << c.what;
     }
+}
+
+TEST(ReportsTest, EveryReportByteForByteAndItsErrorLineForEveryCodeButMinusOne) {
+    InternetHeaders headers;
+    headers._ParseHeaders("HTTP/1.0 404 Not Found\r\nX-Two: a\r\nX-Two: b\r\n");
+    const std::string body("\x00\x01\xFE\xFF\r\n\r\n", 8);
+    const struct {
+        String text;
+        std::int32_t code;
+        std::string message;
+    } cases[] = {
+        {StatusReport(), 0, "Response: Status\r\nStatus: Ready\r\nHTTPError: \r\n"},
+        {CopyProgressReport("t", 0, "1.0 KB of 0.0 bytes"), 0,
+         "Response: CopyFile\r\nSrcFileInfoMD5: t\r\nStatus: InProgress\r\nBarPos: \r\nMsgStr: 1.0 KB of 0.0 bytes\r\nHTTPError: \r\n"},
+        {CopyEndReport("", CopyStatus::Abort), 0, "Response: CopyFile\r\nSrcFileInfoMD5: \r\nStatus: Abort\r\nHTTPError: \r\n"},
+        {FetchReportOpening("getnews", "http://x/"), 1, "Response: GetNews\r\nHTTPError: 1\r\n"},
+        {FetchReportOpening("GetPageURL", "u"), 503, "Response: GetPageURL\r\nHTTPURL: u\r\nHTTPError: 503\r\n"},
+        {String(), -1, ""},
+        {PageReport(FetchReportOpening("GetHeadersURL", "u"), 404, &headers, String(body)), -1,
+         "Response: GetHeadersURL\r\nHTTPURL: u\r\nHTTPStatus: 404\r\nHTTPError: 0\r\nX-Two: a\r\nX-Two: b\r\n\r\n" + body},
+        {PageReport(FetchReportOpening("GetNews", "u"), 0, nullptr, String()), -1,
+         "Response: GetNews\r\nHTTPStatus: \r\nHTTPError: 0\r\n\r\n"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(MessageText(c.text, c.code).Bytes(), c.message) << c.code;
+    // Read back: a copy's end, and nothing else, says how the copy ended.
+    EXPECT_EQ(CopyEndOf(MessageText(CopyEndReport("t", CopyStatus::Complete), 0)), CopyEnd::Complete);
+    EXPECT_EQ(CopyEndOf("Response: CopyFile\r\nStatus: InProgress\r\n"), std::nullopt);
+    EXPECT_EQ(CopyEndOf("Response: Status\r\nStatus: Abort\r\n"), std::nullopt);
 }
 
 }  // namespace

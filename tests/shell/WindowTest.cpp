@@ -7,9 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "foundation/Base64.h"
 #include "foundation/DebugLog.h"
+#include "shell/HeadlessView.h"
 #include "foundation/TextFunctions.h"
-#include "shell/CatchAll.h"
+#include "foundation/CatchAll.h"
 #include "shell/LogEcho.h"
 #include "shell/RSSFeedModule.h"
 #include "support/WindowFixture.h"
@@ -18,25 +20,96 @@ namespace qv {
 namespace {
 
 using std::chrono::milliseconds;
-using Window = RSSDownloadWindow;
+using test::Command;
+using Replies = std::vector<std::string>;
 
-class WindowTest : public test::WindowFixture {};
+class WindowTest : public test::WindowFixture {
+protected:
+    std::string Frame(const std::string& text) const { return std::string(MakeFrame(String(text)).Bytes()); }
+};
+
+// The whole assistant, from the frames its peer sends to the replies it reads.
+TEST_F(WindowTest, CommandsInOneReadStartAtSuccessiveTicksAndStatusHidesTheWindow) {
+    Connect();
+    peer->SendRaw(Frame(Command({{"Command", "Hide"}})) + Frame(Command({{"Command", "Bogus"}}) + "Extra:1\r") +
+                  Frame(Command({{"Command", "Show"}})) + Frame(Command({{"Command", " Status"}})) +
+                  Frame(Command({{"Command", "status"}})));
+    Deliver();
+    EXPECT_TRUE(peer->Replies().empty()) << "nothing runs before the tick";
+    Tick(1);
+    EXPECT_FALSE(window->Visible());
+    Tick(2);  // an unknown word takes its tick without a reply
+    EXPECT_EQ(window->CommandStr.Bytes(), "Bogus");
+    Tick(3);
+    EXPECT_TRUE(window->Visible());
+    Tick(4);  // the blank makes " Status" unknown too
+    EXPECT_TRUE(peer->Replies().empty());
+    Tick(5);
+    // Lower-case "status" is answered as Status, logged, and hides what Show brought up.
+    EXPECT_EQ(peer->Replies(), Replies{"Response: Status\r\nStatus: Ready\r\nHTTPError: \r\n"});
+    EXPECT_EQ(LogText(), "\rConnecting to Quorvane...\rConnected to Quorvane...\rStatus OK...");
+    EXPECT_FALSE(window->Visible());
+    EXPECT_FALSE(window->isCommandInProgress);
+}
+
+// A copy waits on the clock in its pause: here time moves on at every reading.
+TEST(WholeWindowTest, AbortsPassTheQueueDuringACopyAndOneQueuedBehindItIsAnsweredAfterIt) {
+    test::SteppingClock clock(milliseconds(25));
+    RunLoop loop{clock};
+    test::TempDir dir;
+    HeadlessView view;
+    RSSDownloadWindow window(loop, clock, view, String(dir.File("qvipc")));
+    test::ChannelPeer peer(dir.File("qvipc"));
+    ASSERT_TRUE(test::RunUntil(loop, [&] { return window.channel.IsConnected(); }));
+    const std::string source = dir.File("source.bin");
+    test::WriteFile(source, test::Pattern(3 * 2097152));
+    const auto copy = [&](const std::string& path, const std::string& tag) {
+        return Command({{"Command", "CopyFile"},
+                        {"SrcFileInfo", std::string(Base64Encode(String(source)).Bytes())},
+                        {"SrcFileInfoMD5", tag},
+                        {"DstFileInfo", std::string(Base64Encode(String(dir.Path())).Bytes())},
+                        {"DstFilePath", path},
+                        {"TotalSize", "400"}});
+    };
+    const std::string abort = Command({{"Command", "CopyFileAbort"}});
+    // The commands are read and queued; one tick runs the first, a copy to its
+    // end; what `during` sends comes in the copy's first pause.
+    const auto run = [&](const std::string& commands, const std::string& during) {
+        peer.Send(commands);
+        for (int pass = 0; pass < 3; ++pass) loop.RunOnce(Duration::zero());
+        if (!during.empty()) peer.Send(during);
+        window.channel.CommandDispatchTimer_Action();
+        return peer.Replies();
+    };
+    const auto end = [](const std::string& tag, const std::string& status) {
+        return "Response: CopyFile\r\nSrcFileInfoMD5: " + tag + "\r\nStatus: " + status + "\r\nHTTPError: \r\n";
+    };
+    EXPECT_EQ(run(abort, ""), Replies{end("", "Abort")}) << "no copy ever requested";
+    const Replies cut = run(copy("cut.bin", "cut"), abort);
+    EXPECT_EQ(cut.size(), 2u);
+    EXPECT_EQ(cut.back(), end("cut", "Abort"));
+    EXPECT_TRUE(window.channel.CommandQueueItemArray.empty()) << "the abort never entered the queue";
+    EXPECT_FALSE(std::filesystem::exists(dir.File("cut.bin")));
+
+    peer.Send(copy("whole.bin", "whole"));
+    EXPECT_EQ(run(abort, "").back(), end("whole", "Complete")) << "an abort queued behind a copy does not stop it";
+    window.channel.CommandDispatchTimer_Action();
+    EXPECT_EQ(peer.Replies(), Replies{end("whole", "Abort")});
+    EXPECT_TRUE(std::filesystem::exists(dir.File("whole.bin")));
+}
 
 TEST_F(WindowTest, OpensVisibleAndListeningWithItsControlsTimersAndMenuBar) {
     EXPECT_TRUE(window->Visible());
     EXPECT_EQ(window->CRLF.Bytes(), "\r\n");
     EXPECT_EQ(RSSFeedModule::NewLine.Bytes(), "\r");
     EXPECT_TRUE(std::filesystem::exists(channelPath)) << "listening from the start";
-    EXPECT_EQ(window->ControlNamed<Window::RSSTCPSocket>("RSSTCPSocket").Port(), 0);
-    const auto timer = [&](const char* name) {
-        return std::pair(window->ControlNamed<Timer>(name).Mode(), window->ControlNamed<Timer>(name).Period());
-    };
-    EXPECT_EQ(timer("MinimizeTimer"), std::pair(1, 500));
-    EXPECT_EQ(timer("SocketTimeoutTimer"), std::pair(0, 60000));
-    EXPECT_EQ(timer("CommandDispatchTimer"), std::pair(2, 2000));
-    EXPECT_THROW(window->ControlNamed<Timer>("QVIPCSocket"), NilObjectException) << "a checked cast";
+    EXPECT_EQ(window->fetcher.RSSTCPSocket.Port(), 0);
+    const auto timer = [](const Timer& t) { return std::pair(t.Mode(), t.Period()); };
+    EXPECT_EQ(timer(window->MinimizeTimer), std::pair(1, 500));
+    EXPECT_EQ(timer(window->fetcher.SocketTimeoutTimer), std::pair(0, 60000));
+    EXPECT_EQ(timer(window->channel.CommandDispatchTimer), std::pair(2, 2000));
     test::AdvanceBy(loop, clock, milliseconds(500));
-    EXPECT_EQ(timer("MinimizeTimer").first, 0) << "one shot at 500 ms that changes nothing";
+    EXPECT_EQ(window->MinimizeTimer.Mode(), 0) << "one shot at 500 ms that changes nothing";
     EXPECT_TRUE(window->Visible());
     EXPECT_EQ(window->FileQuit().KeyboardShortcut.Bytes(), "Cmd+Q");
 }
@@ -49,7 +122,7 @@ TEST_F(WindowTest, ThePeerIsLoggedAndItsDepartureEndsTheLoopEvenInsideANestedPol
     Timer busy(loop);
     busy.SetPeriod(1);
     busy.onAction = [&] {
-        window->ControlNamed<Window::QVIPCSocket>("QVIPCSocket").Poll();  // delivers the departure
+        window->channel.QVIPCSocket.Poll();  // delivers the departure
         wentOn = true;
     };
     busy.SetMode(Timer::ModeSingle);
@@ -83,26 +156,6 @@ TEST_F(WindowTest, TheLogTrimsAboveThreeThousandCharactersOneCharacterPastALineB
     for (int i = 184; i <= 273; ++i) expected += (std::snprintf(entry, sizeof entry, "\rentry %04d", i), entry);
     EXPECT_EQ(LogText(), expected);
     EXPECT_EQ(Log().ScrollPosition(), 90 - 6);
-}
-
-TEST_F(WindowTest, SizesInBinaryUnitsAndDurationsWithTheirIrregularHours) {
-    const std::pair<std::int64_t, std::string> sizes[] = {
-        {0, "0.0 bytes"},     {1024, "1024.0 bytes"},     {1025, "1.0 KB"},           {1536, "1.5 KB"},
-        {1048525, "1024.0 KB"},  // rounding carries up without changing the unit
-        {1048577, "1.0 MB"},  {1073741824, "1024.0 MB"},  {1073741825, "1.000 GB"},  {1610612736, "1.500 GB"},
-        {1099511627776, "1024.000 GB"}, {1099511627777, "1.000 TB"}, {1649267441664, "1.500 TB"}, {-2048, "-2048.0 bytes"},
-        // Halves round away from zero, never to even.
-        {1280, "1.3 KB"}, {1310720, "1.3 MB"}, {1140850688, "1.063 GB"}, {INT64_MAX, "8388608.000 TB"}};
-    for (const auto& [size, text] : sizes) EXPECT_EQ(window->getScaledSize(size).Bytes(), text) << size;
-
-    const std::pair<std::int32_t, std::string> durations[] = {
-        {-5, "00:00"},       {1, "00:01"},       {2, "00:02"},         {59, "00:59"},        {60, "01:00"},
-        {61, "01:01"},       {62, "01:02"},      {119, "01:59"},       {121, "02:01"},       {3599, "59:59"},
-        {3600, "01:00:00"},  {3601, "01:00:01"}, {3660, "0101:00"},    {3661, "0101:01"},    {3725, "01:02:05"},
-        {7199, "01:59:59"},  {7200, "02::00:00"}, {7260, "02:01:00"},  {7325, "02::02:05"},  {360000, "100::00:00"},
-        {INT32_MIN, "00:00"}};
-    for (const auto& [seconds, text] : durations) EXPECT_EQ(window->secondsToString(seconds).Bytes(), text) << seconds;
-    EXPECT_EQ(std::string(window->stringFromBool(true).Bytes()) + std::string(window->stringFromBool(false).Bytes()), "truefalse");
 }
 
 TEST(LogEchoTest, EntriesGoOutAsLinesAndAFullPipeDropsAndCountsWithoutBlocking) {

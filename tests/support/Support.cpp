@@ -129,10 +129,8 @@ std::string ReadFile(const std::string& path) {
 
 void WriteFile(const std::string& path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
 
-std::string Command(std::initializer_list<std::pair<std::string, std::string>> fields) {
-    std::string text;
-    for (const auto& [name, value] : fields) text += name + ":" + value + "\r";
-    return text;
+std::string Command(std::initializer_list<Field> fields) {
+    return std::string(CommandText(fields).Bytes());
 }
 
 }  // namespace qv::test

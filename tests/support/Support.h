@@ -12,6 +12,7 @@
 
 #include "foundation/Clock.h"
 #include "foundation/RunLoop.h"
+#include "protocol/CommandText.h"
 #include "protocol/Frame.h"
 
 // What the tests share: time, folders, plain sockets and a peer of the channel.
@@ -90,7 +91,7 @@ std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& bytes);
 
 // A command's text as Quorvane writes it: "name:value" lines ended by CR.
-std::string Command(std::initializer_list<std::pair<std::string, std::string>> fields);
+std::string Command(std::initializer_list<Field> fields);
 
 // The other end of the channel, as Quorvane is: a plain local socket that
 // writes frames and reads the assistant's replies, decoded.

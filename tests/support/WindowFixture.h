@@ -17,12 +17,11 @@ class WindowFixture : public ::testing::Test {
 protected:
     WindowFixture() : window(std::make_unique<RSSDownloadWindow>(loop, clock, view, String(channelPath))) {}
 
-    HeadlessEditField& Log() const { return window->ControlNamed<HeadlessEditField>("InputField"); }
+    HeadlessEditField& Log() const { return static_cast<HeadlessEditField&>(*window->InputField); }
     std::string LogText() const { return std::string(Log().Text().Bytes()); }
     void Connect() {
         peer = std::make_unique<ChannelPeer>(channelPath);
-        auto& channel = window->ControlNamed<RSSDownloadWindow::QVIPCSocket>("QVIPCSocket");
-        ASSERT_TRUE(RunUntil(loop, [&] { return channel.IsConnected(); }));
+        ASSERT_TRUE(RunUntil(loop, [&] { return window->channel.IsConnected(); }));
     }
     // Lets the window read what the peer sent, without moving the clock: a
     // local socket holds the bytes as soon as the peer's write returns.

@@ -7,10 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "copy/CopyJob.h"
 #include "foundation/Base64.h"
-#include "shell/HeadlessView.h"
-#include "shell/RSSDownloadWindow.h"
-#include "shell/StopOnSignal.h"
+#include "foundation/Exceptions.h"
+#include "foundation/SignalWatch.h"
+#include "support/RecordingSink.h"
 #include "support/Support.h"
 
 namespace qv {
@@ -29,16 +30,14 @@ std::string Progress(const std::string& barPos, const std::string& message) {
            "\r\nMsgStr: " + message + "\r\nHTTPError: \r\n";
 }
 
-// The copy runs inside the dispatcher's action and waits on the clock in its
-// pause, so time here moves on at every reading of the clock.
-class CopyScenarioTest : public ::testing::Test {
+// The copy job with a channel that keeps its reports. The copy waits on the
+// clock in its pause, so time here moves on at every reading of the clock.
+class CopyJobTest : public ::testing::Test {
 public:
-    explicit CopyScenarioTest(Duration step = std::chrono::milliseconds(25), TimePoint start = TimePoint(std::chrono::hours(1)))
+    explicit CopyJobTest(Duration step = std::chrono::milliseconds(25), TimePoint start = TimePoint(std::chrono::hours(1)))
         : clock(step, start) {
         fs::create_directory(source);
         fs::create_directory(target);
-        auto& channel = window.ControlNamed<RSSDownloadWindow::QVIPCSocket>("QVIPCSocket");
-        EXPECT_TRUE(test::RunUntil(loop, [&] { return channel.IsConnected(); }));
     }
 
     std::string CopyCommand(const std::string& from, const std::string& path, std::int64_t total,
@@ -52,13 +51,15 @@ public:
                               {"TotalSize", std::to_string(total)},
                               {"isResetAmountTransferred", reset}});
     }
-    // The command is read and queued; one tick of the dispatcher runs it, a copy to its end.
-    Replies Run(const std::string& command, const std::string& during = "") {
-        peer.Send(command);
-        for (int pass = 0; pass < 3; ++pass) loop.RunOnce(Duration::zero());
-        if (!during.empty()) peer.Send(during);  // read during the copy's first pause
-        window.CommandDispatchTimer_Action();
-        return peer.Replies();
+    // The CopyFile branch of processCommand, the copy to its end; with
+    // `abortInThePause`, an abort comes in the pause after the first report.
+    Replies Run(const std::string& text, bool abortInThePause = false) {
+        command.CommandStr = "CopyFile";
+        command.isCommandInProgress = true;
+        if (abortInThePause) clock.onReading = [this] { if (!sink.Empty()) job.isKillCopyInProgress = true; };
+        job.startCopy(String(text));
+        clock.onReading = nullptr;
+        return sink.Take();
     }
 
     test::SteppingClock clock;
@@ -66,12 +67,12 @@ public:
     test::TempDir dir;
     std::string source = dir.File("source");
     std::string target = dir.File("target");
-    HeadlessView view;
-    RSSDownloadWindow window{loop, clock, view, String(dir.File("qvipc"))};
-    test::ChannelPeer peer{dir.File("qvipc")};
+    CommandState command;
+    test::RecordingSink sink;
+    CopyJob job{loop, clock, command, sink, {}};
 };
 
-TEST_F(CopyScenarioTest, ChunksOfTwoMebibytesTheFirstAlwaysReportedAndTheExactReports) {
+TEST_F(CopyJobTest, ChunksOfTwoMebibytesTheFirstAlwaysReportedAndTheExactReports) {
     const struct {
         std::size_t size;
         std::int64_t total;
@@ -90,38 +91,30 @@ TEST_F(CopyScenarioTest, ChunksOfTwoMebibytesTheFirstAlwaysReportedAndTheExactRe
         WriteFile(source + "/f", bytes);
         EXPECT_EQ(Run(CopyCommand(source + "/f", "f", c.total)), c.replies) << c.size;
         EXPECT_TRUE(ReadFile(target + "/f") == bytes) << c.size;
-        EXPECT_EQ(window.AmountTransferred, static_cast<std::int64_t>(c.size));
-        EXPECT_FALSE(window.isCommandInProgress || window.isFileCopyInProgress);
+        EXPECT_EQ(job.AmountTransferred, static_cast<std::int64_t>(c.size));
+        EXPECT_FALSE(command.isCommandInProgress || job.isFileCopyInProgress);
     }
     // The running total carries across commands until one resets it.
     WriteFile(source + "/b", Pattern(50));
     const Replies second = Run(CopyCommand(source + "/b", "b", 1100, "no"));
     EXPECT_NE(second.at(0).find("MsgStr: 1.0 KB of 1.1 KB"), std::string::npos) << second[0];
-    EXPECT_EQ(window.AmountTransferred, 1050);
+    EXPECT_EQ(job.AmountTransferred, 1050);
     Run(CopyCommand(source + "/b", "b", 150, "TRUE"));
-    EXPECT_EQ(window.AmountTransferred, 50);
+    EXPECT_EQ(job.AmountTransferred, 50);
 }
 
-TEST_F(CopyScenarioTest, AnAbortDuringThePauseDeletesTheDestinationButOneQueuedBehindComesAfter) {
+TEST_F(CopyJobTest, AnAbortDuringThePauseDeletesTheDestinationOnceTheChunkInHandIsWritten) {
     WriteFile(source + "/big", Pattern(3 * 2097152));
-    const Replies replies = Run(CopyCommand(source + "/big", "big", 3 * 2097152),
-                                test::Command({{"Command", "CopyFileAbort"}}));
+    const Replies replies = Run(CopyCommand(source + "/big", "big", 3 * 2097152), true);
     ASSERT_EQ(replies.size(), 2u);
     EXPECT_NE(replies[0].find("Status: InProgress"), std::string::npos);
     EXPECT_EQ(replies[1], End("Abort"));
     EXPECT_FALSE(fs::exists(target + "/big"));
-    EXPECT_TRUE(window.CommandQueueItemArray.empty()) << "the abort never enters the queue";
     EXPECT_EQ(fs::file_size(source + "/big"), 3u * 2097152);
-
-    WriteFile(source + "/f", Pattern(10));
-    peer.Send(CopyCommand(source + "/f", "f", 10, "true", "done-tag"));
-    EXPECT_EQ(Run(test::Command({{"Command", "CopyFileAbort"}})).back(), End("Complete", "done-tag"));
-    EXPECT_TRUE(fs::exists(target + "/f"));
-    window.CommandDispatchTimer_Action();
-    EXPECT_EQ(peer.Replies(), Replies{End("Abort", "done-tag")});
+    EXPECT_EQ(job.AmountTransferred, 2097152) << "the chunks counted so far";
 }
 
-TEST_F(CopyScenarioTest, TheDestinationIsReplacedFoldersAreMadeAndTheCompanionGoes) {
+TEST_F(CopyJobTest, TheDestinationIsReplacedFoldersAreMadeAndTheCompanionGoes) {
     WriteFile(source + "/f", "precious");
     WriteFile(target + "/file", "old");
     fs::create_directory(target + "/empty");
@@ -136,7 +129,7 @@ TEST_F(CopyScenarioTest, TheDestinationIsReplacedFoldersAreMadeAndTheCompanionGo
     EXPECT_EQ(ReadFile(source + "/f"), "precious");
 }
 
-TEST_F(CopyScenarioTest, ImpossibleCopiesEndSilentlyAndNeverTouchTheSource) {
+TEST_F(CopyJobTest, ImpossibleCopiesEndSilentlyAndNeverTouchTheSource) {
     WriteFile(source + "/f", "precious");
     fs::create_hard_link(source + "/f", target + "/hard");
     fs::create_directory(target + "/full");
@@ -154,66 +147,62 @@ TEST_F(CopyScenarioTest, ImpossibleCopiesEndSilentlyAndNeverTouchTheSource) {
         {"a dangling link as the source, over a file that stays", CopyCommand(source + "/dangling", "full/keep", 8)},
     };
     fs::create_symlink(source + "/gone", source + "/dangling");
-    for (const auto& [what, command] : cases) {
-        EXPECT_TRUE(Run(command).empty()) << what;
-        EXPECT_FALSE(window.isCommandInProgress) << what;
+    for (const auto& [what, text] : cases) {
+        EXPECT_TRUE(Run(text).empty()) << what;
+        EXPECT_FALSE(command.isCommandInProgress) << what;
         EXPECT_EQ(ReadFile(source + "/f"), "precious") << what;
     }
     EXPECT_EQ(ReadFile(target + "/full/keep"), "kept");
     // A source that cannot be opened (here for want of a descriptor) leaves
     // what stands at the destination as it is.
-    peer.Send(CopyCommand(source + "/f", "full/keep", 8));
-    for (int pass = 0; pass < 3; ++pass) loop.RunOnce(Duration::zero());
-    {
-        const int lowestFree = dup(0);
-        close(lowestFree);
-        rlimit saved{};
-        getrlimit(RLIMIT_NOFILE, &saved);
-        const rlimit atTheEdge{static_cast<rlim_t>(lowestFree), saved.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &atTheEdge);
-        window.CommandDispatchTimer_Action();
-        setrlimit(RLIMIT_NOFILE, &saved);
-    }
-    EXPECT_TRUE(peer.Replies().empty());
+    const std::string keep = CopyCommand(source + "/f", "full/keep", 8, "true", "no-descriptor");
+    const int lowestFree = dup(0);
+    close(lowestFree);
+    rlimit saved{};
+    getrlimit(RLIMIT_NOFILE, &saved);
+    const rlimit atTheEdge{static_cast<rlim_t>(lowestFree), saved.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &atTheEdge);
+    const Replies none = Run(keep);
+    setrlimit(RLIMIT_NOFILE, &saved);
+    EXPECT_TRUE(none.empty());
     EXPECT_EQ(ReadFile(target + "/full/keep"), "kept");
-    // The failed request still left its tag for an abort to report.
-    EXPECT_EQ(Run(test::Command({{"Command", "CopyFileAbort"}})), Replies{End("Abort")});
+    EXPECT_EQ(job.SrcFileInfoMD5.Bytes(), "no-descriptor") << "a request that fails has stored its tag";
 }
 
 // SIGTERM comes once the destination is `signalAt` bytes long; the copy must
 // end within that chunk and the next pause, leaving `left` bytes, as the
 // channel's loss would there: no end report, the process ending with status 0.
-void ExpectASignalToEndTheCopy(CopyScenarioTest& t, std::size_t signalAt, std::size_t left) {
+void ExpectASignalToEndTheCopy(CopyJobTest& t, std::size_t signalAt, std::size_t left) {
     const std::string bytes = Pattern(5 * 2097152);
     WriteFile(t.source + "/big", bytes);
-    StopOnSignal stopOnSignal(t.loop);
+    // As the process ends on it: the loop stops, and the stack unwinds to it.
+    SignalWatch stopOnSignal(t.loop, {SIGTERM}, [&](int) { t.loop.Quit(0); });
     bool raised = false;
     t.clock.onReading = [&] {
         std::error_code missing;
         const auto size = fs::file_size(t.target + "/big", missing);
         if (!raised && !missing && size == signalAt) raised = std::raise(SIGTERM) == 0;
     };
-    t.peer.Send(t.CopyCommand(t.source + "/big", "big", 5 * 2097152));
-    for (int pass = 0; pass < 3; ++pass) t.loop.RunOnce(Duration::zero());
-    EXPECT_THROW(t.window.CommandDispatchTimer_Action(), EndException);
+    t.command.CommandStr = "CopyFile";
+    EXPECT_THROW(t.job.startCopy(String(t.CopyCommand(t.source + "/big", "big", 5 * 2097152))), EndException);
     t.clock.onReading = nullptr;
     EXPECT_TRUE(t.loop.Stopping());
     EXPECT_EQ(t.loop.ExitStatus(), 0);
-    const Replies replies = t.peer.Replies();
+    const Replies replies = t.sink.Take();
     ASSERT_EQ(replies.size(), 1u) << "the first report, and no end report";
     EXPECT_NE(replies[0].find("Status: InProgress"), std::string::npos);
     EXPECT_TRUE(ReadFile(t.target + "/big") == bytes.substr(0, left)) << fs::file_size(t.target + "/big");
 }
 
-TEST_F(CopyScenarioTest, ASignalBeforeTheFirstPauseEndsTheCopyInIt) {
+TEST_F(CopyJobTest, ASignalBeforeTheFirstPauseEndsTheCopyInIt) {
     ExpectASignalToEndTheCopy(*this, 0, 0);
 }
 
-TEST_F(CopyScenarioTest, ASignalBetweenPausesEndsTheCopyAtTheEndOfItsChunk) {
+TEST_F(CopyJobTest, ASignalBetweenPausesEndsTheCopyAtTheEndOfItsChunk) {
     ExpectASignalToEndTheCopy(*this, 2097152, 2 * 2097152);
 }
 
-TEST_F(CopyScenarioTest, ADiskThatFillsEndsTheCopyWithAnExactPrefixThoughItFreesAgain) {
+TEST_F(CopyJobTest, ADiskThatFillsEndsTheCopyWithAnExactPrefixThoughItFreesAgain) {
     constexpr std::size_t kFull = 3 * 1048576;
     const std::string bytes = Pattern(3 * 2097152);
     WriteFile(source + "/big", bytes);
@@ -236,14 +225,34 @@ TEST_F(CopyScenarioTest, ADiskThatFillsEndsTheCopyWithAnExactPrefixThoughItFrees
     EXPECT_TRUE(ReadFile(target + "/big") == bytes.substr(0, kFull)) << fs::file_size(target + "/big");
 }
 
+TEST(SizeTextTest, SizesInBinaryUnitsAndDurationsWithTheirIrregularHours) {
+    const std::pair<std::int64_t, std::string> sizes[] = {
+        {0, "0.0 bytes"},     {1024, "1024.0 bytes"},     {1025, "1.0 KB"},           {1536, "1.5 KB"},
+        {1048525, "1024.0 KB"},  // rounding carries up without changing the unit
+        {1048577, "1.0 MB"},  {1073741824, "1024.0 MB"},  {1073741825, "1.000 GB"},  {1610612736, "1.500 GB"},
+        {1099511627776, "1024.000 GB"}, {1099511627777, "1.000 TB"}, {1649267441664, "1.500 TB"}, {-2048, "-2048.0 bytes"},
+        // Halves round away from zero, never to even.
+        {1280, "1.3 KB"}, {1310720, "1.3 MB"}, {1140850688, "1.063 GB"}, {INT64_MAX, "8388608.000 TB"}};
+    for (const auto& [size, text] : sizes) EXPECT_EQ(CopyJob::getScaledSize(size).Bytes(), text) << size;
+
+    const std::pair<std::int32_t, std::string> durations[] = {
+        {-5, "00:00"},       {1, "00:01"},       {2, "00:02"},         {59, "00:59"},        {60, "01:00"},
+        {61, "01:01"},       {62, "01:02"},      {119, "01:59"},       {121, "02:01"},       {3599, "59:59"},
+        {3600, "01:00:00"},  {3601, "01:00:01"}, {3660, "0101:00"},    {3661, "0101:01"},    {3725, "01:02:05"},
+        {7199, "01:59:59"},  {7200, "02::00:00"}, {7260, "02:01:00"},  {7325, "02::02:05"},  {360000, "100::00:00"},
+        {INT32_MIN, "00:00"}};
+    for (const auto& [seconds, text] : durations) EXPECT_EQ(CopyJob::secondsToString(seconds).Bytes(), text) << seconds;
+    EXPECT_EQ(std::string(CopyJob::stringFromBool(true).Bytes()) + std::string(CopyJob::stringFromBool(false).Bytes()), "truefalse");
+}
+
 // Ticks, 60 a second in signed 32 bits, wrap 2^31 sixtieths of a second after
 // the system's clock started: after some 414 days of uptime.
 constexpr auto kTickWrap = std::chrono::duration<std::int64_t, std::ratio<1, 60>>(std::int64_t{1} << 31);
 
-class CopyAcrossTheTickWrapTest : public CopyScenarioTest {
+class CopyAcrossTheTickWrapTest : public CopyJobTest {
 protected:
     CopyAcrossTheTickWrapTest()
-        : CopyScenarioTest(std::chrono::milliseconds(250),
+        : CopyJobTest(std::chrono::milliseconds(250),
                            TimePoint(std::chrono::duration_cast<Duration>(kTickWrap) - std::chrono::seconds(1))) {}
 };
 
