@@ -9,7 +9,11 @@
 namespace qv {
 
 CommandChannel::CommandChannel(RunLoop& loop, CommandState& command, String path, Handlers handlers)
-    : QVIPCSocket(loop), CommandDispatchTimer(loop), loop_(loop), command_(command), handlers_(std::move(handlers)) {
+    : QVIPCSocket(loop),
+      CommandDispatchTimer(loop),
+      loop_(loop),
+      command_(command),
+      handlers_(std::move(handlers)) {
     QVIPCSocket.SetPath(path);
     QVIPCSocket.onConnected = [this] { QVIPCSocket_Connected(); };
     QVIPCSocket.onDataAvailable = [this] { QVIPCSocket_DataAvailable(); };

@@ -6,7 +6,6 @@
 #include <string_view>
 #include <vector>
 
-#include "channel/CommandQueueItemClass.h"
 #include "foundation/IPCSocket.h"
 #include "foundation/RunLoop.h"
 #include "foundation/Timer.h"
@@ -15,6 +14,12 @@
 #include "protocol/ReportSink.h"
 
 namespace qv {
+
+// One queued command: its word and the whole decoded text of its frame.
+struct CommandQueueItemClass {
+    String CommandType;
+    String CommandFull;
+};
 
 // The channel to Quorvane: the socket at its fixed path, the frames that come
 // in, the queue of commands they make, and the dispatcher that starts one

@@ -1,9 +1,8 @@
-#include "copy/CopyJob.h"
-
 #include <cmath>
 #include <limits>
 #include <optional>
 
+#include "copy/CopyJob.h"
 #include "foundation/Exceptions.h"
 #include "foundation/TextFunctions.h"
 #include "protocol/Reports.h"
@@ -33,7 +32,7 @@ double Quotient(double amount, double divider) {
 // part of the design: no temporary name, no metadata, no check of the result,
 // no resuming; and never, by any path, a write to or a deletion of the source.
 void CopyJob::copyFile(const std::shared_ptr<FolderItem>& source,
-                                 const std::shared_ptr<FolderItem>& destination) {
+                       const std::shared_ptr<FolderItem>& destination) {
     isFileCopyInProgress = true;
     copyFileData(source, destination);
     // Not a clean-up handler: an exception above leaves both flags set.
@@ -44,7 +43,7 @@ void CopyJob::copyFile(const std::shared_ptr<FolderItem>& source,
 // The copy itself, between the flags: each early return is one of the silent
 // ends, and the flags fall in copyFile all the same.
 void CopyJob::copyFileData(const std::shared_ptr<FolderItem>& source,
-                                     const std::shared_ptr<FolderItem>& destination) {
+                           const std::shared_ptr<FolderItem>& destination) {
     if (!source || !source->TargetExists() || source->Directory() || !destination) return;
     // A source that cannot be read is refused before the destination is
     // touched: deleting what stands there first would lose it for nothing.

@@ -44,7 +44,8 @@ public:
 
 private:
     // The copy's data and reports, from copyFile, which sets and clears its flags.
-    void copyFileData(const std::shared_ptr<FolderItem>& source, const std::shared_ptr<FolderItem>& destination);
+    void copyFileData(const std::shared_ptr<FolderItem>& source,
+                      const std::shared_ptr<FolderItem>& destination);
     // The copy's pause after a report: the sockets' events get in.
     void pauseForEvents();
 

@@ -8,7 +8,11 @@ namespace qv {
 
 CopyJob::CopyJob(RunLoop& loop, Clock& clock, CommandState& command, ReportSink& channel,
                  std::vector<SocketCore*> pauseSockets)
-    : loop_(loop), clock_(clock), command_(command), channel_(channel), pauseSockets_(std::move(pauseSockets)) {}
+    : loop_(loop),
+      clock_(clock),
+      command_(command),
+      channel_(channel),
+      pauseSockets_(std::move(pauseSockets)) {}
 
 // Every field is read and stored before anything is tested, so a request that
 // then fails has already replaced the tag, the start and the total. A request
@@ -22,10 +26,12 @@ void CopyJob::startCopy(const String& text) {
     const String destinationPath = getCRFieldFromString(FieldName::DstFilePath, text, notFound);
     StartTicks = CvtReal64ToSInt32(Val(getCRFieldFromString(FieldName::StartTicks, text, notFound)));
     TotalSize = CvtReal64ToSInt64(Val(getCRFieldFromString(FieldName::TotalSize, text, notFound)));
-    if (SameText(getCRFieldFromString(FieldName::isResetAmountTransferred, text, notFound), "true")) AmountTransferred = 0;
+    if (SameText(getCRFieldFromString(FieldName::isResetAmountTransferred, text, notFound), "true"))
+        AmountTransferred = 0;
 
     const std::shared_ptr<FolderItem> source = sourceInfo.IsEmpty() ? nullptr : GetFolderItem(sourceInfo, 0);
-    std::shared_ptr<FolderItem> current = destinationInfo.IsEmpty() ? nullptr : GetFolderItem(destinationInfo, 0);
+    std::shared_ptr<FolderItem> current =
+        destinationInfo.IsEmpty() ? nullptr : GetFolderItem(destinationInfo, 0);
     // A FIFO or a device is no file to copy, nor is a dangling link: refused
     // as a missing source is.
     if (!source || !source->TargetExists() || source->IsSpecialFile() || !current) {

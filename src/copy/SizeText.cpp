@@ -1,5 +1,4 @@
 #include "copy/CopyJob.h"
-
 #include "foundation/TextFunctions.h"
 
 namespace qv {
@@ -48,6 +47,8 @@ String CopyJob::secondsToString(std::int32_t seconds) {
     return hoursPart + minutesPart + Format(rest, "00");
 }
 
-String CopyJob::stringFromBool(bool value) { return value ? "true" : "false"; }
+String CopyJob::stringFromBool(bool value) {
+    return value ? "true" : "false";
+}
 
 }  // namespace qv

@@ -9,17 +9,13 @@
 
 namespace qv {
 
-BinaryStream::~BinaryStream() {
-    Close();
-}
-
 String BinaryStream::Read(std::int32_t count) {
-    if (count <= 0 || descriptor_ < 0) return String();
+    if (count <= 0 || !descriptor_) return String();
     // Read straight into the string that becomes the result: a chunk is never copied.
     std::string bytes(static_cast<std::size_t>(count), '\0');
     std::size_t got = 0;
     while (got < bytes.size()) {
-        const ssize_t n = ::pread(descriptor_, bytes.data() + got, bytes.size() - got,
+        const ssize_t n = ::pread(descriptor_.Get(), bytes.data() + got, bytes.size() - got,
                                   static_cast<off_t>(position_ + got));
         if (n > 0) {
             got += static_cast<std::size_t>(n);
@@ -35,11 +31,11 @@ String BinaryStream::Read(std::int32_t count) {
 }
 
 void BinaryStream::Write(const String& data) {
-    if (descriptor_ < 0) return;
+    if (!descriptor_) return;
     const std::string_view bytes = data.Bytes();
     std::size_t written = 0;
     while (written < bytes.size()) {
-        const ssize_t n = ::pwrite(descriptor_, bytes.data() + written, bytes.size() - written,
+        const ssize_t n = ::pwrite(descriptor_.Get(), bytes.data() + written, bytes.size() - written,
                                    static_cast<off_t>(position_ + written));
         if (n > 0) {
             written += static_cast<std::size_t>(n);
@@ -59,11 +55,13 @@ namespace {
 void CopyThroughMemory(int from, off_t& fromOffset, int to, off_t& toOffset, std::uint64_t& left) {
     std::string buffer(static_cast<std::size_t>(std::min<std::uint64_t>(left, 1024 * 1024)), '\0');
     while (left > 0) {
-        const ssize_t got = ::pread(from, buffer.data(), std::min<std::uint64_t>(left, buffer.size()), fromOffset);
+        const ssize_t got =
+            ::pread(from, buffer.data(), std::min<std::uint64_t>(left, buffer.size()), fromOffset);
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0) return;
         for (std::size_t written = 0; written < static_cast<std::size_t>(got);) {
-            const ssize_t n = ::pwrite(to, buffer.data() + written, static_cast<std::size_t>(got) - written, toOffset);
+            const ssize_t n =
+                ::pwrite(to, buffer.data() + written, static_cast<std::size_t>(got) - written, toOffset);
             if (n < 0 && errno == EINTR) continue;
             if (n <= 0) return;
             written += static_cast<std::size_t>(n);
@@ -78,7 +76,7 @@ void CopyThroughMemory(int from, off_t& fromOffset, int to, off_t& toOffset, std
 
 BinaryStream::Extent BinaryStream::Reserve(std::int32_t count) {
     struct stat status {};
-    if (count <= 0 || descriptor_ < 0 || ::fstat(descriptor_, &status) != 0) return Extent{position_, 0};
+    if (count <= 0 || !descriptor_ || ::fstat(descriptor_.Get(), &status) != 0) return Extent{position_, 0};
     const auto size = static_cast<std::uint64_t>(status.st_size);
     const std::uint64_t available = size > position_ ? size - position_ : 0;
     const Extent extent{position_, std::min<std::uint64_t>(static_cast<std::uint64_t>(count), available)};
@@ -122,16 +120,17 @@ std::pair<off_t, off_t> NextData(int fd, off_t at, off_t end) {
 }  // namespace
 
 bool BinaryStream::WriteExtent(const BinaryStream& source, Extent extent) {
-    if (descriptor_ < 0 || source.descriptor_ < 0) return extent.length == 0;
+    if (!descriptor_ || !source.descriptor_) return extent.length == 0;
     // Only the data is copied: where the source has a hole, this file gets one
     // too, as cp makes it, and reads back the same zeros.
     auto from = static_cast<off_t>(extent.offset);
     const auto end = static_cast<off_t>(extent.offset + extent.length);
     auto to = static_cast<off_t>(position_);
     while (from < end) {
-        const auto [data, hole] = NextData(source.descriptor_, from, end);
+        const auto [data, hole] = NextData(source.descriptor_.Get(), from, end);
         to += data - from;
-        const off_t reached = CopyBytes(source.descriptor_, data, descriptor_, to, static_cast<std::uint64_t>(hole - data));
+        const off_t reached = CopyBytes(source.descriptor_.Get(), data, descriptor_.Get(), to,
+                                        static_cast<std::uint64_t>(hole - data));
         if (reached != to + (hole - data)) {
             // What was written stays: the file is an exact prefix of the source.
             position_ = static_cast<std::uint64_t>(reached);
@@ -142,7 +141,8 @@ bool BinaryStream::WriteExtent(const BinaryStream& source, Extent extent) {
     }
     // A hole at the end is made by the length alone.
     struct stat status {};
-    if (::fstat(descriptor_, &status) != 0 || (status.st_size < to && ::ftruncate(descriptor_, to) != 0)) {
+    if (::fstat(descriptor_.Get(), &status) != 0 ||
+        (status.st_size < to && ::ftruncate(descriptor_.Get(), to) != 0)) {
         return false;
     }
     position_ = static_cast<std::uint64_t>(to);
@@ -151,16 +151,12 @@ bool BinaryStream::WriteExtent(const BinaryStream& source, Extent extent) {
 
 bool BinaryStream::EndOfFile() const {
     struct stat status {};
-    if (descriptor_ < 0 || ::fstat(descriptor_, &status) != 0) return true;
+    if (!descriptor_ || ::fstat(descriptor_.Get(), &status) != 0) return true;
     return position_ >= static_cast<std::uint64_t>(status.st_size);
 }
 
 void BinaryStream::Close() {
-    if (descriptor_ < 0) return;
-    // No retry on EINTR: the descriptor is released either way, and a retry
-    // could close one that another part of the program has just been given.
-    ::close(descriptor_);
-    descriptor_ = -1;
+    descriptor_.Reset();
 }
 
 }  // namespace qv

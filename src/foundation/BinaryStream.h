@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "foundation/Descriptor.h"
 #include "foundation/String.h"
 
 namespace qv {
@@ -15,7 +16,6 @@ class FolderItem;
 // The descriptor is closed by Close or when the last reference goes.
 class BinaryStream {
 public:
-    ~BinaryStream();
     BinaryStream(const BinaryStream&) = delete;
     BinaryStream& operator=(const BinaryStream&) = delete;
 
@@ -50,9 +50,9 @@ public:
 
 private:
     friend class FolderItem;
-    explicit BinaryStream(int descriptor) : descriptor_(descriptor) {}
+    explicit BinaryStream(Descriptor descriptor) : descriptor_(std::move(descriptor)) {}
 
-    int descriptor_;
+    Descriptor descriptor_;
     std::uint64_t position_ = 0;
 };
 

@@ -117,17 +117,16 @@ void FolderItem::Delete() const {
 std::shared_ptr<BinaryStream> FolderItem::Open(int flags) const {
     // O_NONBLOCK so that a FIFO never holds the thread waiting for its other
     // end; a regular file is the same either way, and nothing else is kept.
-    int descriptor;
+    Descriptor descriptor;
     do {
-        descriptor = ::open(SystemPath().c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0666);
-    } while (descriptor < 0 && errno == EINTR);
-    if (descriptor < 0) return nullptr;
+        descriptor.Reset(::open(SystemPath().c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0666));
+    } while (!descriptor && errno == EINTR);
     struct stat status {};
-    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode) || ::fcntl(descriptor, F_SETFL, 0) != 0) {
-        ::close(descriptor);
+    if (!descriptor || ::fstat(descriptor.Get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        ::fcntl(descriptor.Get(), F_SETFL, 0) != 0) {
         return nullptr;
     }
-    return std::shared_ptr<BinaryStream>(new BinaryStream(descriptor));
+    return std::shared_ptr<BinaryStream>(new BinaryStream(std::move(descriptor)));
 }
 
 std::shared_ptr<BinaryStream> FolderItem::OpenAsBinaryFile(bool writeable) const {

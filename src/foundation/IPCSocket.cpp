@@ -38,7 +38,8 @@ Descriptor OpenReserve() {
 
 }  // namespace
 
-IPCSocket::IPCSocket(RunLoop& loop, std::string lockFolder) : SocketCore(loop), lockFolder_(std::move(lockFolder)) {}
+IPCSocket::IPCSocket(RunLoop& loop, std::string lockFolder)
+    : SocketCore(loop), lockFolder_(std::move(lockFolder)) {}
 
 IPCSocket::~IPCSocket() = default;
 
@@ -89,7 +90,7 @@ void IPCSocket::AcceptPending() {
 void IPCSocket::TakePeer(Descriptor connection) {
     peerTaken_ = true;
     pathCheck_.Reset();
-    Adopt(connection.Release(), State::Connected);
+    Adopt(std::move(connection), State::Connected);
     MarkConnected();
 }
 

@@ -118,68 +118,25 @@ void RunLoop::RunOnce(std::optional<Duration> maxWait) {
     if (stopping_) return;
     std::vector<pollfd> fds;
     std::vector<std::uint64_t> ids;
-    fds.reserve(watches_.size());
-    ids.reserve(watches_.size());
-    for (const auto& [id, watch] : watches_) {
-        fds.push_back(pollfd{watch.fd, watch.events, 0});
-        ids.push_back(id);
-    }
+    CollectWatches([](const WatchEntry&) { return true; }, fds, ids);
     waitStep_->Wait(fds, TimeoutMs(maxWait));
-    DeliverReady(fds, ids);
-    FireDueTimers();
-    RunPosted();
-}
-
-void RunLoop::CollectWatches(const std::function<bool(const WatchEntry&)>& wanted, std::vector<pollfd>& fds,
-                             std::vector<std::uint64_t>& ids) const {
-    for (const auto& [id, watch] : watches_) {
-        if (!wanted(watch)) continue;
-        fds.push_back(pollfd{watch.fd, watch.events, 0});
-        ids.push_back(id);
-    }
-}
-
-void RunLoop::RunReady(const std::vector<pollfd>& fds, const std::vector<std::uint64_t>& ids) {
-    for (std::size_t i = 0; i < fds.size(); ++i) {
-        if (fds[i].revents == 0) continue;
-        auto it = watches_.find(ids[i]);
-        if (it == watches_.end()) continue;
-        const ReadyCallback onReady = it->second.onReady;
-        onReady(fds[i].revents);
-    }
+    const auto any = [](SourceId) { return true; };
+    Deliver(fds, ids, Delivery::Pass);
+    // Only the timers due at the start of this phase: a timer that a handler
+    // sets for "now" waits for the next pass, so a busy timer cannot starve
+    // the rest. Likewise the calls posted before it.
+    FireDueTimers(any, Delivery::Pass);
+    RunPosted(any, Delivery::Pass);
 }
 
 void RunLoop::Pump(SourceId source) {
+    const auto ofSource = [source](SourceId s) { return s == source; };
     std::vector<pollfd> fds;
     std::vector<std::uint64_t> ids;
-    CollectWatches([source](const WatchEntry& watch) { return watch.source == source; }, fds, ids);
-    if (!fds.empty() && poll(fds.data(), fds.size(), 0) > 0) RunReady(fds, ids);
-
-    const TimePoint now = clock_.Now();
-    std::vector<std::uint64_t> due;
-    for (auto it = timerOrder_.begin(); it != timerOrder_.end() && it->first <= now; ++it) {
-        if (timers_.at(it->second).source == source) due.push_back(it->second);
-    }
-    for (const std::uint64_t id : due) {
-        auto it = timers_.find(id);
-        if (it == timers_.end()) continue;
-        const Callback onDue = std::move(it->second.onDue);
-        timerOrder_.erase({it->second.due, id});
-        timers_.erase(it);
-        onDue();
-    }
-
-    std::vector<std::uint64_t> calls;  // those posted before; later ones wait
-    for (const auto& [id, posted] : posted_) {
-        if (posted.source == source) calls.push_back(id);
-    }
-    for (const std::uint64_t id : calls) {
-        auto it = posted_.find(id);
-        if (it == posted_.end()) continue;  // cancelled by an earlier handler
-        const Callback call = std::move(it->second.call);
-        posted_.erase(it);
-        call();
-    }
+    CollectWatches([&](const WatchEntry& watch) { return ofSource(watch.source); }, fds, ids);
+    if (!fds.empty() && poll(fds.data(), fds.size(), 0) > 0) Deliver(fds, ids, Delivery::Nested);
+    FireDueTimers(ofSource, Delivery::Nested);
+    RunPosted(ofSource, Delivery::Nested);
 }
 
 void RunLoop::Await(std::span<const SourceId> sources, Duration maxWait) {
@@ -201,48 +158,72 @@ void RunLoop::Await(std::span<const SourceId> sources, Duration maxWait) {
     for (std::size_t i = 0; i < fds.size(); ++i) {
         if (!watches_.at(ids[i]).urgent) fds[i].revents = 0;
     }
-    RunReady(fds, ids);
+    Deliver(fds, ids, Delivery::Nested);
 }
 
-void RunLoop::DeliverReady(const std::vector<pollfd>& fds, const std::vector<std::uint64_t>& ids) {
-    for (std::size_t i = 0; i < fds.size() && !stopping_; ++i) {
+void RunLoop::CollectWatches(const std::function<bool(const WatchEntry&)>& wanted, std::vector<pollfd>& fds,
+                             std::vector<std::uint64_t>& ids) const {
+    for (const auto& [id, watch] : watches_) {
+        if (!wanted(watch)) continue;
+        fds.push_back(pollfd{watch.fd, watch.events, 0});
+        ids.push_back(id);
+    }
+}
+
+void RunLoop::Call(const Callback& call, Delivery delivery) {
+    if (delivery == Delivery::Pass) {
+        Invoke(call);
+    } else {
+        call();
+    }
+}
+
+bool RunLoop::GoesOn(Delivery delivery) const {
+    return delivery == Delivery::Nested || !stopping_;
+}
+
+void RunLoop::Deliver(const std::vector<pollfd>& fds, const std::vector<std::uint64_t>& ids, Delivery delivery) {
+    for (std::size_t i = 0; i < fds.size() && GoesOn(delivery); ++i) {
         if (fds[i].revents == 0) continue;
         // A handler that ran before may have removed this watch.
         auto it = watches_.find(ids[i]);
         if (it == watches_.end()) continue;
         // A copy: the handler may remove its own watch while it runs.
-        ReadyCallback onReady = it->second.onReady;
+        const ReadyCallback onReady = it->second.onReady;
         const short revents = fds[i].revents;
-        Invoke([&] { onReady(revents); });
+        Call([&] { onReady(revents); }, delivery);
     }
 }
 
-void RunLoop::FireDueTimers() {
-    // Only what is due at the start of this phase: a timer that a handler sets
-    // for "now" waits for the next pass, so a busy timer cannot starve the rest.
+void RunLoop::FireDueTimers(const std::function<bool(SourceId)>& wanted, Delivery delivery) {
     const TimePoint now = clock_.Now();
     std::vector<std::uint64_t> due;
-    for (auto it = timerOrder_.begin(); it != timerOrder_.end() && it->first <= now; ++it)
-        due.push_back(it->second);
+    for (auto it = timerOrder_.begin(); it != timerOrder_.end() && it->first <= now; ++it) {
+        if (wanted(timers_.at(it->second).source)) due.push_back(it->second);
+    }
     for (const std::uint64_t id : due) {
-        if (stopping_) return;
+        if (!GoesOn(delivery)) return;
         auto it = timers_.find(id);
         if (it == timers_.end()) continue;  // cancelled by an earlier handler
         const Callback onDue = std::move(it->second.onDue);
         timerOrder_.erase({it->second.due, id});
         timers_.erase(it);
-        Invoke(onDue);
+        Call(onDue, delivery);
     }
 }
 
-void RunLoop::RunPosted() {
-    // The calls posted before this phase; those posted meanwhile wait a round,
-    // and one cancelled meanwhile does not run.
-    const std::uint64_t boundary = nextId_;
-    while (!stopping_ && !posted_.empty() && posted_.begin()->first < boundary) {
-        const Callback call = std::move(posted_.begin()->second.call);
-        posted_.erase(posted_.begin());
-        Invoke(call);
+void RunLoop::RunPosted(const std::function<bool(SourceId)>& wanted, Delivery delivery) {
+    std::vector<std::uint64_t> calls;  // those posted before; later ones wait a round
+    for (const auto& [id, posted] : posted_) {
+        if (wanted(posted.source)) calls.push_back(id);
+    }
+    for (const std::uint64_t id : calls) {
+        if (!GoesOn(delivery)) return;
+        auto it = posted_.find(id);
+        if (it == posted_.end()) continue;  // cancelled by an earlier handler
+        const Callback call = std::move(it->second.call);
+        posted_.erase(it);
+        Call(call, delivery);
     }
 }
 

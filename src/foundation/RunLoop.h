@@ -160,16 +160,20 @@ private:
         SourceId source;
     };
 
+    // How handlers run: in the loop's own pass, each guarded (an exception is
+    // reported and the pass goes on, a stop ends it), or on the stack of a
+    // handler that pumps, where what they throw goes to that handler.
+    enum class Delivery { Pass, Nested };
+
     void Unregister(Registration::Kind kind, std::uint64_t id);
     int TimeoutMs(std::optional<Duration> maxWait) const;
-    void DeliverReady(const std::vector<pollfd>& fds, const std::vector<std::uint64_t>& ids);
-    // The watches that a wait for `wanted` looks at, and their ids.
     void CollectWatches(const std::function<bool(const WatchEntry&)>& wanted, std::vector<pollfd>& fds,
                         std::vector<std::uint64_t>& ids) const;
-    // Runs the ready ones of `fds`, on the caller's stack.
-    void RunReady(const std::vector<pollfd>& fds, const std::vector<std::uint64_t>& ids);
-    void FireDueTimers();
-    void RunPosted();
+    void Deliver(const std::vector<pollfd>& fds, const std::vector<std::uint64_t>& ids, Delivery delivery);
+    void FireDueTimers(const std::function<bool(SourceId)>& wanted, Delivery delivery);
+    void RunPosted(const std::function<bool(SourceId)>& wanted, Delivery delivery);
+    void Call(const Callback& call, Delivery delivery);
+    bool GoesOn(Delivery delivery) const;
     void Invoke(const Callback& call);
 
     Clock& clock_;

@@ -30,9 +30,12 @@ SignalWatch::SignalWatch(RunLoop& loop, std::initializer_list<int> signals,
                          std::function<void(int signal)> onSignal)
     : loop_(loop), signals_(signals), onSignal_(std::move(onSignal)) {
     if (gWriteFd >= 0) throw std::logic_error("one SignalWatch at a time");
-    if (pipe2(pipe_, O_NONBLOCK | O_CLOEXEC) != 0) return;
-    gWriteFd = pipe_[1];
-    watch_ = loop_.AddUrgentWatch(pipe_[0], POLLIN, [this](short) { TakeSignals(); });
+    int ends[2];
+    if (pipe2(ends, O_NONBLOCK | O_CLOEXEC) != 0) return;
+    readEnd_.Reset(ends[0]);
+    writeEnd_.Reset(ends[1]);
+    gWriteFd = writeEnd_.Get();
+    watch_ = loop_.AddUrgentWatch(readEnd_.Get(), POLLIN, [this](short) { TakeSignals(); });
     struct sigaction action {};
     action.sa_handler = OnSignal;
     // Output that a signal interrupts goes on rather than failing with EINTR.
@@ -43,16 +46,13 @@ SignalWatch::SignalWatch(RunLoop& loop, std::initializer_list<int> signals,
 
 SignalWatch::~SignalWatch() {
     for (const int signal : signals_) std::signal(signal, SIG_DFL);
-    if (gWriteFd == pipe_[1]) gWriteFd = -1;
-    for (const int fd : pipe_) {
-        if (fd >= 0) close(fd);
-    }
+    if (writeEnd_ && gWriteFd == writeEnd_.Get()) gWriteFd = -1;
 }
 
 void SignalWatch::TakeSignals() {
     unsigned char numbers[64];
     ssize_t count = 0;
-    while ((count = read(pipe_[0], numbers, sizeof numbers)) > 0) {
+    while ((count = read(readEnd_.Get(), numbers, sizeof numbers)) > 0) {
         for (ssize_t i = 0; i < count; ++i) onSignal_(numbers[i]);
     }
 }

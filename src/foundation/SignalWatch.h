@@ -4,6 +4,7 @@
 #include <initializer_list>
 #include <vector>
 
+#include "foundation/Descriptor.h"
 #include "foundation/RunLoop.h"
 
 namespace qv {
@@ -29,7 +30,8 @@ private:
     RunLoop& loop_;
     std::vector<int> signals_;
     std::function<void(int signal)> onSignal_;
-    int pipe_[2] = {-1, -1};
+    Descriptor readEnd_;
+    Descriptor writeEnd_;
     RunLoop::Watch watch_;
 };
 

@@ -66,7 +66,7 @@ String SocketCore::ReadAll() {
 }
 
 String SocketCore::Lookahead() const {
-    return String(BufferedInput());
+    return String(input_.View());
 }
 
 void SocketCore::Write(const String& data) {
@@ -82,11 +82,12 @@ void SocketCore::Write(const String& data) {
     }
 }
 
-void SocketCore::Adopt(int fd, State state) {
+void SocketCore::Adopt(Descriptor fd, State state) {
     CloseDescriptor();
-    fd_ = fd;
+    fd_ = std::move(fd);
     state_ = state;
-    watch_ = loop_.AddWatch(fd, 0, [this](short revents) { Service(revents); }, source_);
+    watch_ = loop_.AddWatch(
+        fd_.Get(), 0, [this](short revents) { Service(revents); }, source_);
     UpdateInterest();
 }
 
@@ -97,7 +98,7 @@ void SocketCore::StartConnecting(const std::vector<SocketAddress>& addresses, st
         loop_, source_, addresses, port,
         [this](Descriptor connection) {
             race_.reset();
-            Adopt(connection.Release(), State::Connected);
+            Adopt(std::move(connection), State::Connected);
             MarkConnected();
         },
         [this](std::int32_t code) {
@@ -126,8 +127,7 @@ void SocketCore::MarkConnected() {
 
 void SocketCore::CloseDescriptor() {
     watch_.Reset();
-    if (fd_ >= 0) close(fd_);
-    fd_ = -1;
+    fd_.Reset();
     state_ = State::Closed;
 }
 
@@ -152,10 +152,10 @@ void SocketCore::ReadInput() {
         // Room for what is there, not for a whole piece: making room costs as
         // much as the read, and most reads are a frame or a header.
         int pending = 0;
-        const std::size_t room = ioctl(fd_, FIONREAD, &pending) == 0 && pending > 0
+        const std::size_t room = ioctl(fd_.Get(), FIONREAD, &pending) == 0 && pending > 0
                                      ? std::min<std::size_t>(pending, kReadPiece)
                                      : 4096;
-        const long got = input_.AppendFrom(fd_, room);
+        const long got = input_.AppendFrom(fd_.Get(), room);
         if (got > 0) {
             taken += static_cast<std::size_t>(got);
             pendingData_ = true;
@@ -178,7 +178,7 @@ void SocketCore::FlushOutput() {
     bool sent = false;
     while (!output_.IsEmpty()) {
         const std::string_view pending = output_.Front();
-        const ssize_t n = send(fd_, pending.data(), pending.size(), MSG_NOSIGNAL);
+        const ssize_t n = send(fd_.Get(), pending.data(), pending.size(), MSG_NOSIGNAL);
         if (n > 0) {
             output_.Drop(static_cast<std::size_t>(n));
             sent = true;

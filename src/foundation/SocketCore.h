@@ -9,6 +9,7 @@
 
 #include "foundation/ByteQueue.h"
 #include "foundation/ConnectionRace.h"
+#include "foundation/Descriptor.h"
 #include "foundation/RunLoop.h"
 #include "foundation/SendQueue.h"
 #include "foundation/String.h"
@@ -68,9 +69,8 @@ protected:
     enum class State { Closed, Resolving, Listening, Connecting, Connected };
 
     RunLoop& Loop() const { return loop_; }
-    State GetState() const { return state_; }
     // Starts watching `fd`, which this object now owns.
-    void Adopt(int fd, State state);
+    void Adopt(Descriptor fd, State state);
     // Starts connecting to one of `addresses` (see ConnectionRace); Connected
     // or Error follows.
     void StartConnecting(const std::vector<SocketAddress>& addresses, std::uint16_t port);
@@ -89,14 +89,10 @@ protected:
     virtual void InputOutOfRoom();
     void CloseDescriptor();
     void ScheduleDelivery();
-    // A body kept in the input buffer where it is read, and handed over whole
-    // (see ByteQueue::Keep); kept bytes no longer count as available.
-    void KeepInput(std::string storage) { input_.Keep(std::move(storage)); }
-    std::string_view ClaimInput() { return input_.Claim(); }
-    // What Lookahead would copy, valid until the next read or event.
-    std::string_view BufferedInput() const { return input_.View(); }
-    std::size_t KeptInputSize() const { return input_.KeptSize(); }
-    String TakeKeptInput() { return input_.TakeKept(); }
+    // The input as it is buffered, for a subclass that keeps a body where it
+    // is read (see ByteQueue::Keep); kept bytes no longer count as available.
+    ByteQueue& Input() { return input_; }
+    const ByteQueue& Input() const { return input_; }
 
 private:
     void Service(short revents);
@@ -108,7 +104,7 @@ private:
 
     RunLoop& loop_;
     const RunLoop::SourceId source_;
-    int fd_ = -1;
+    Descriptor fd_;
     State state_ = State::Closed;
     RunLoop::Watch watch_;
     RunLoop::Pending delivery_;

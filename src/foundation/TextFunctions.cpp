@@ -203,15 +203,6 @@ String NthField(const String& text, const String& separator, std::int32_t n) {
     return field;
 }
 
-std::vector<String> Split(const String& text, const String& separator) {
-    std::vector<String> fields;
-    ForEachField(text.Bytes(), separator.Bytes(), [&](std::size_t from, std::size_t to) {
-        fields.push_back(Slice(text, from, to));
-        return true;
-    });
-    return fields;
-}
-
 String ReplaceAll(const String& text, const String& find, const String& replacement) {
     const std::string_view bytes = text.Bytes();
     std::size_t at = FindIgnoringCase(bytes, find.Bytes(), 0);
@@ -225,10 +216,6 @@ String ReplaceAll(const String& text, const String& find, const String& replacem
     }
     result.Append(bytes.substr(from));
     return result.Take(text.GetEncoding());
-}
-
-String LTrim(const String& text) {
-    return Slice(text, text.Size() - LTrimBytes(text.Bytes()).size(), text.Size());
 }
 
 std::string_view LTrimBytes(std::string_view bytes) {

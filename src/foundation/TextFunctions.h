@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
-#include <vector>
 
 #include "foundation/NumberText.h"
 #include "foundation/String.h"
@@ -56,15 +55,12 @@ std::size_t FindIgnoringCase(std::string_view text, std::string_view find, std::
 std::int32_t CountFields(const String& text, const String& separator);
 // Field `n`, 1 the first; "" for n below 1 or beyond the last field.
 String NthField(const String& text, const String& separator, std::int32_t n);
-std::vector<String> Split(const String& text, const String& separator);
 
 // Every occurrence replaced, left to right, without rescanning the inserted
 // text. An empty `find` leaves the text as it is.
 String ReplaceAll(const String& text, const String& find, const String& replacement);
 
-// Leading ASCII white space (space, tab, CR, LF, VT, FF) removed.
-String LTrim(const String& text);
-// The same on bytes in place.
+// Leading ASCII white space (space, tab, CR, LF, VT, FF) removed, in place.
 std::string_view LTrimBytes(std::string_view bytes);
 
 // Code of the first character, 0 for "". A UTF-8-marked string gives the code

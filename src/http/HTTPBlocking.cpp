@@ -14,37 +14,11 @@ constexpr std::chrono::milliseconds kIdleWait(10);
 
 }  // namespace
 
-void HTTPSocket::RunBlocking(const String& url, const String& action, const std::shared_ptr<FolderItem>& file,
-                             std::int32_t timeout) {
+void HTTPSocket::_Wait(const String& url, const char* action, const std::shared_ptr<FolderItem>& file,
+                       std::int32_t timeout) {
     timeoutSeconds = timeout;
-    synchronous = true;
-    _DoConnect(url, action, file);
+    _Start(url, action, file, true);
     WaitForPage();
-}
-
-String HTTPSocket::Get(const String& url, std::int32_t timeout) {
-    RunBlocking(url, "GET", nullptr, timeout);
-    return _pageText;
-}
-
-String HTTPSocket::Post(const String& url, std::int32_t timeout) {
-    RunBlocking(url, "POST", nullptr, timeout);
-    return _pageText;
-}
-
-bool HTTPSocket::Get(const String& url, const std::shared_ptr<FolderItem>& file, std::int32_t timeout) {
-    RunBlocking(url, "GET", file, timeout);
-    return mErrorCode == 0;
-}
-
-bool HTTPSocket::Post(const String& url, const std::shared_ptr<FolderItem>& file, std::int32_t timeout) {
-    RunBlocking(url, "POST", file, timeout);
-    return mErrorCode == 0;
-}
-
-HTTPSocket::Headers HTTPSocket::GetHeaders(const String& url, std::int32_t timeout) {
-    RunBlocking(url, "HEAD", nullptr, timeout);
-    return _pageHeaders;
 }
 
 // The time-out counts from the last sign of life, and there are exactly two:
@@ -60,20 +34,20 @@ void HTTPSocket::WaitForPage() {
     // The span in ticks, at most what the wrapping comparison can tell.
     const auto span = static_cast<std::int32_t>(
         std::min<std::int64_t>(std::int64_t{timeoutSeconds} * 60, std::numeric_limits<std::int32_t>::max()));
-    std::int32_t deadline = TicksAfter(Ticks(clock_), span);
+    std::int32_t deadline = TicksAfter(Ticks(_clock), span);
     while (!_pageComplete && mErrorCode == 0) {
         Poll();
         bool moved = true;
         if (_connectionValid != lastConnectionState) {
             lastConnectionState = _connectionValid;
-            deadline = TicksAfter(Ticks(clock_), span);
-        } else if (PageSize() != lastPageLength) {
-            lastPageLength = PageSize();
-            deadline = TicksAfter(Ticks(clock_), span);
+            deadline = TicksAfter(Ticks(_clock), span);
+        } else if (_PageSize() != lastPageLength) {
+            lastPageLength = _PageSize();
+            deadline = TicksAfter(Ticks(_clock), span);
         } else {
             moved = false;
         }
-        if (timeoutSeconds > 0 && TicksBetween(deadline, Ticks(clock_)) > 0) {
+        if (timeoutSeconds > 0 && TicksBetween(deadline, Ticks(_clock)) > 0) {
             Close();
             SetError(-1);
             break;

@@ -3,7 +3,7 @@
 
 namespace qv {
 
-HTTPSocket::HTTPSocket(RunLoop& loop, Clock& clock) : TCPSocket(loop), clock_(clock) {
+HTTPSocket::HTTPSocket(RunLoop& loop, Clock& clock) : TCPSocket(loop), _clock(clock) {
     onConnected = [this] { Event_Connected(); };
     onDataAvailable = [this] { Event_DataAvailable(); };
     onError = [this] { Event_Error(); };
@@ -68,29 +68,10 @@ void HTTPSocket::_DoConnect(const String& url, const String& action,
     Connect();
 }
 
-void HTTPSocket::Get(const String& url) {
-    synchronous = false;
-    _DoConnect(url, "GET", nullptr);
-}
-
-void HTTPSocket::Get(const String& url, const std::shared_ptr<FolderItem>& file) {
-    synchronous = false;
-    _DoConnect(url, "GET", file);
-}
-
-void HTTPSocket::Post(const String& url) {
-    synchronous = false;
-    _DoConnect(url, "POST", nullptr);
-}
-
-void HTTPSocket::Post(const String& url, const std::shared_ptr<FolderItem>& file) {
-    synchronous = false;
-    _DoConnect(url, "POST", file);
-}
-
-void HTTPSocket::GetHeaders(const String& url) {
-    synchronous = false;
-    _DoConnect(url, "HEAD", nullptr);
+void HTTPSocket::_Start(const String& url, const char* action, const std::shared_ptr<FolderItem>& file,
+                        bool blocking) {
+    synchronous = blocking;
+    _DoConnect(url, action, file);
 }
 
 void HTTPSocket::_SendRequest(const String& action) {

@@ -77,7 +77,7 @@ void HTTPSocket::_HandleNewData() {
     // What was searched before holds no blank line, so one that has come now
     // reaches at most 3 bytes back into it: a block that arrives in many small
     // pieces is searched once, not once per piece.
-    const std::string_view buffered = BufferedInput();
+    const std::string_view buffered = Input().View();
     const std::size_t searched = _headerBytesSearched <= buffered.size() ? _headerBytesSearched : 0;
     const BlockEnd blockEnd = FindBlockEnd(buffered, searched > 3 ? searched - 3 : 0);
     _headerBytesSearched = buffered.size();
@@ -94,7 +94,7 @@ void HTTPSocket::_HandleNewData() {
             // The page grows where the socket reads it, in the room of the page
             // before, by the bytes that come: a Content-length is only a claim.
             try {
-                KeepInput(std::move(_spareRoom));
+                Input().Keep(std::move(_spareRoom));
             } catch (const std::bad_alloc&) {
                 InputOutOfRoom();
                 threadProtection = false;
@@ -132,7 +132,7 @@ void HTTPSocket::_ProcessData() {
         size = piece.Size();
         _downloadStream->Write(piece);
     } else {
-        const std::string_view claimed = ClaimInput();
+        const std::string_view claimed = Input().Claim();
         size = claimed.size();
         if (progress) piece = String(claimed);
     }
@@ -144,7 +144,7 @@ void HTTPSocket::_ProcessData() {
 }
 
 void HTTPSocket::_SettlePage() {
-    String kept = TakeKeptInput();
+    String kept = Input().TakeKept();
     if (!kept.IsEmpty()) _pageText = std::move(kept);
 }
 

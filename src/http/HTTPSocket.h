@@ -62,19 +62,38 @@ public:
     virtual void Event_Connected();
 
     // Requests that return at once; the answer comes by event.
-    virtual void Get(const String& url);
-    virtual void Get(const String& url, const std::shared_ptr<FolderItem>& file);
-    virtual void Post(const String& url);
-    virtual void Post(const String& url, const std::shared_ptr<FolderItem>& file);
-    virtual void GetHeaders(const String& url);
+    virtual void Get(const String& url) { _Start(url, "GET", nullptr, false); }
+    virtual void Get(const String& url, const std::shared_ptr<FolderItem>& file) {
+        _Start(url, "GET", file, false);
+    }
+    virtual void Post(const String& url) { _Start(url, "POST", nullptr, false); }
+    virtual void Post(const String& url, const std::shared_ptr<FolderItem>& file) {
+        _Start(url, "POST", file, false);
+    }
+    virtual void GetHeaders(const String& url) { _Start(url, "HEAD", nullptr, false); }
 
     // Requests that wait, with `timeout` seconds of inactivity at most (0 or
     // less: no limit). The owner hears no event but AuthenticationRequired.
-    virtual String Get(const String& url, std::int32_t timeout);
-    virtual String Post(const String& url, std::int32_t timeout);
-    virtual bool Get(const String& url, const std::shared_ptr<FolderItem>& file, std::int32_t timeout);
-    virtual bool Post(const String& url, const std::shared_ptr<FolderItem>& file, std::int32_t timeout);
-    virtual Headers GetHeaders(const String& url, std::int32_t timeout);
+    virtual String Get(const String& url, std::int32_t timeout) {
+        _Wait(url, "GET", nullptr, timeout);
+        return _pageText;
+    }
+    virtual String Post(const String& url, std::int32_t timeout) {
+        _Wait(url, "POST", nullptr, timeout);
+        return _pageText;
+    }
+    virtual bool Get(const String& url, const std::shared_ptr<FolderItem>& file, std::int32_t timeout) {
+        _Wait(url, "GET", file, timeout);
+        return mErrorCode == 0;
+    }
+    virtual bool Post(const String& url, const std::shared_ptr<FolderItem>& file, std::int32_t timeout) {
+        _Wait(url, "POST", file, timeout);
+        return mErrorCode == 0;
+    }
+    virtual Headers GetHeaders(const String& url, std::int32_t timeout) {
+        _Wait(url, "HEAD", nullptr, timeout);
+        return _pageHeaders;
+    }
 
     virtual void SetRequestHeader(const String& name, const String& value);
     virtual void ClearRequestHeaders();
@@ -121,14 +140,17 @@ private:
     bool _SetAuthentication();
     // Waiting and downloads.
     void WaitForPage();
-    std::size_t PageSize() const { return KeptInputSize() + _pageText.Size(); }
+    std::size_t _PageSize() const { return Input().KeptSize() + _pageText.Size(); }
     bool _SetDownloadFile(const std::shared_ptr<FolderItem>& file);
     void _KillDownloadStream();
-    // Sets `synchronous` and `timeoutSeconds`, starts the request and waits.
-    void RunBlocking(const String& url, const String& action, const std::shared_ptr<FolderItem>& file,
-                     std::int32_t timeout);
+    // Starts a request, in the mode of the form that asks.
+    void _Start(const String& url, const char* action, const std::shared_ptr<FolderItem>& file,
+                bool blocking);
+    // Starts a blocking request with its time-out and waits for its end.
+    void _Wait(const String& url, const char* action, const std::shared_ptr<FolderItem>& file,
+               std::int32_t timeout);
 
-    Clock& clock_;
+    Clock& _clock;
 
     Headers _pageHeaders;
     String _server;

@@ -68,7 +68,8 @@ String PageReport(const String& opening, std::int32_t httpStatus, const Internet
     AppendLine(report, FieldName::HTTPStatus, status.Bytes());
     AppendLine(report, FieldName::HTTPError, "0");  // a literal: the fetch went well, whatever the status
     if (headers) {
-        headers->ForEachHeader([&](std::string_view name, std::string_view value) { AppendLine(report, name, value); });
+        headers->ForEachHeader(
+            [&](std::string_view name, std::string_view value) { AppendLine(report, name, value); });
     }
     report.Append(kLineEnd);
     report.Append(content);
@@ -115,7 +116,8 @@ std::optional<std::string_view> FieldValue(const std::vector<ReportField>& field
 
 std::optional<CopyEnd> CopyEndOf(const String& reply) {
     const auto fields = ReportFields(SplitReport(reply.Bytes()).lines);
-    if (fields.empty() || fields.front() != ReportField(FieldName::Response, CommandWord::CopyFile)) return std::nullopt;
+    if (fields.empty() || fields.front() != ReportField(FieldName::Response, CommandWord::CopyFile))
+        return std::nullopt;
     const auto status = FieldValue(fields, FieldName::Status);
     if (status == CopyStatus::Complete) return CopyEnd::Complete;
     if (status == CopyStatus::Abort) return CopyEnd::Abort;

@@ -13,7 +13,8 @@ namespace qv::ctl {
 namespace {
 
 void RunStatus(Console& console, const Options& options) {
-    console.Send(options, {WordOnly(CommandWord::Status), WaitFor::FirstReply, options.wait.value_or(kReplyWait)});
+    console.Send(options,
+                 {WordOnly(CommandWord::Status), WaitFor::FirstReply, options.wait.value_or(kReplyWait)});
 }
 
 void RunShowOrHide(Console& console, const Options& options) {
@@ -27,7 +28,8 @@ void RunAbort(Console& console, const Options& options) {
 
 // The field that holds the URL has the name of the command.
 void RunPage(Console& console, const Options& options) {
-    const std::string_view word = options.action == Action::Get ? CommandWord::GetPageURL : CommandWord::GetHeadersURL;
+    const std::string_view word =
+        options.action == Action::Get ? CommandWord::GetPageURL : CommandWord::GetHeadersURL;
     console.Send(options, {{{FieldName::Command, word}, {word, options.url}},
                            WaitFor::FirstReply,
                            options.wait.value_or(kFetchWait)});

@@ -167,7 +167,8 @@ void Console::SendFields(const std::vector<Field>& fields, const Options& option
 void Console::Abort(const Options& options) {
     const auto copy = std::ranges::find_if(queue_, IsCopy<Expected>);
     if (copy != queue_.end()) return RequestAbort(*copy);
-    Send(options, {WordOnly(CommandWord::CopyFileAbort), WaitFor::FirstReply, options.wait.value_or(kReplyWait)});
+    Send(options,
+         {WordOnly(CommandWord::CopyFileAbort), WaitFor::FirstReply, options.wait.value_or(kReplyWait)});
 }
 
 // An abort stops a copy only while it runs; one sent before would wait behind

@@ -40,5 +40,4 @@ std::vector<Field> CopyFileFields(const LocalCopy& copy, std::int32_t startTicks
 
 // How a copy ended, read from its end report; none for any other reply.
 
-
 }  // namespace qv::ctl

@@ -28,7 +28,9 @@ App::App() {
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
-App::~App() { closelog(); }
+App::~App() {
+    closelog();
+}
 
 int App::Run() {
 #if defined(QV_WITH_QT)

@@ -19,8 +19,8 @@ void RSSDownloadWindow::processCommand(const String& text) {
         } else {
             copyJob.isKillCopyInProgress = true;  // the copy ends the command
         }
-    } else if (SameText(CommandStr, CommandWord::GetHeadersURL) || SameText(CommandStr, CommandWord::GetPageURL) ||
-               SameText(CommandStr, CommandWord::GetNews)) {
+    } else if (SameText(CommandStr, CommandWord::GetHeadersURL) ||
+               SameText(CommandStr, CommandWord::GetPageURL) || SameText(CommandStr, CommandWord::GetNews)) {
         fetcher.startFetch(text);  // stays in progress until the fetch ends
     } else if (SameText(CommandStr, CommandWord::Status)) {
         channel.RSSSendCommand(StatusReport(), 0);

@@ -60,7 +60,6 @@ public:
     void processCommand(const String& text);
 
     // The items of the window's menu bar by name.
-    const MenuItem* MenuBar() const { return menuBar_; }
     MenuItem& EditMenu();
     MenuItem& EditSelectAll();
     MenuItem& UntitledMenu0();

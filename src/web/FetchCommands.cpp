@@ -7,12 +7,17 @@
 namespace qv {
 
 Fetcher::Fetcher(RunLoop& loop, Clock& clock, CommandState& command, ReportSink& channel, Timer& dispatcher)
-    : RSSTCPSocket(loop, clock), SocketTimeoutTimer(loop), loop_(loop), command_(command), channel_(channel),
+    : RSSTCPSocket(loop, clock),
+      SocketTimeoutTimer(loop),
+      loop_(loop),
+      command_(command),
+      channel_(channel),
       dispatcher_(dispatcher) {
     RSSTCPSocket.SetAddress("");
     RSSTCPSocket.SetPort(0);
     RSSTCPSocket.Yield = false;
-    RSSTCPSocket.events.HeadersReceived = [this](const HTTPSocket::Headers& headers, std::int32_t httpStatus) {
+    RSSTCPSocket.events.HeadersReceived = [this](const HTTPSocket::Headers& headers,
+                                                 std::int32_t httpStatus) {
         RSSTCPSocket_HeadersReceived(headers, httpStatus);
     };
     RSSTCPSocket.events.PageReceived = [this](const String& url, std::int32_t httpStatus,
@@ -53,7 +58,8 @@ void Fetcher::startFetch(const String& text) {
     }
 
     const bool headersOnly = SameText(command_.CommandStr, CommandWord::GetHeadersURL);
-    InputURL = getCRFieldFromString(headersOnly ? FieldName::GetHeadersURL : FieldName::GetPageURL, text, notFound);
+    InputURL =
+        getCRFieldFromString(headersOnly ? FieldName::GetHeadersURL : FieldName::GetPageURL, text, notFound);
     if (Len(InputURL) < 1) {
         command_.isCommandInProgress = false;
         return;

@@ -33,11 +33,12 @@ public:
     void startFetch(const String& text);
 
     void RSSTCPSocket_HeadersReceived(const HTTPSocket::Headers& headers, std::int32_t httpStatus);
-    void RSSTCPSocket_PageReceived(const String& url, std::int32_t httpStatus, const HTTPSocket::Headers& headers,
-                                   const String& content);
+    void RSSTCPSocket_PageReceived(const String& url, std::int32_t httpStatus,
+                                   const HTTPSocket::Headers& headers, const String& content);
     void RSSTCPSocket_Error(std::int32_t code);
     void SocketTimeoutTimer_Action();
-    void sendPageToQuorvane(const HTTPSocket::Headers& headers, const String& content, std::int32_t httpStatus);
+    void sendPageToQuorvane(const HTTPSocket::Headers& headers, const String& content,
+                            std::int32_t httpStatus);
 
 private:
     // The end of the command by one of the events: the flag falls, and the
