@@ -30,11 +30,6 @@ constexpr const char* kLookupOrderFiles[] = {"/etc/nsswitch.conf", "/etc/host.co
 
 }  // namespace
 
-bool Resolver::Stamp::operator==(const Stamp& other) const {
-    return device == other.device && inode == other.inode && size == other.size &&
-           changed.tv_sec == other.changed.tv_sec && changed.tv_nsec == other.changed.tv_nsec;
-}
-
 Resolver::Resolver(RunLoop& loop, RunLoop::SourceId source, ResolverSettings settings)
     : loop_(loop), source_(source), settings_(std::move(settings)) {
     InitializeLibraryOnce();
@@ -48,8 +43,8 @@ std::vector<Resolver::Stamp> Resolver::ConfigurationStamps() const {
     std::vector<Stamp> stamps;
     const auto stampOf = [](const char* path) {
         struct stat info {};
-        if (::stat(path, &info) != 0) return Stamp{};
-        return Stamp{info.st_dev, info.st_ino, info.st_size, info.st_mtim};
+        if (::stat(path, &info) != 0) return Stamp{0, 0, -1, 0, 0};
+        return Stamp{info.st_dev, info.st_ino, info.st_size, info.st_mtim.tv_sec, info.st_mtim.tv_nsec};
     };
     stamps.push_back(stampOf(settings_.configuration.c_str()));
     for (const char* path : kLookupOrderFiles) stamps.push_back(stampOf(path));

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "foundation/RunLoop.h"
@@ -56,14 +57,9 @@ private:
         std::uint64_t generation;
         std::vector<SocketAddress> addresses;
     };
-    // What identifies a file's version; a missing file has its own.
-    struct Stamp {
-        dev_t device = 0;
-        ino_t inode = 0;
-        off_t size = -1;
-        timespec changed{};
-        bool operator==(const Stamp& other) const;
-    };
+    // What tells a file's version apart (device, inode, size, change time);
+    // a missing file has its own.
+    using Stamp = std::tuple<dev_t, ino_t, off_t, time_t, long>;
 
     static void OnSocketState(void* data, int fd, int readable, int writable);
     static void OnResult(void* arg, int status, int timeouts, ares_addrinfo* result);

@@ -131,18 +131,11 @@ void SocketCore::CloseDescriptor() {
     state_ = State::Closed;
 }
 
+// Only a connected socket has a descriptor of its own to serve: listening and
+// connecting happen on descriptors of the listener and the connection race.
 void SocketCore::Service(short revents) {
-    switch (state_) {
-        case State::Connected:
-            if (revents & (POLLIN | POLLERR | POLLHUP)) ReadInput();
-            if (state_ == State::Connected && (revents & POLLOUT)) FlushOutput();
-            break;
-        case State::Closed:
-        case State::Resolving:
-        case State::Listening:
-        case State::Connecting:
-            break;
-    }
+    if (state_ == State::Connected && (revents & (POLLIN | POLLERR | POLLHUP))) ReadInput();
+    if (state_ == State::Connected && (revents & POLLOUT)) FlushOutput();
     DeliverPending();
 }
 
@@ -201,16 +194,8 @@ void SocketCore::FlushOutput() {
 }
 
 short SocketCore::Interest() const {
-    switch (state_) {
-        case State::Connected:
-            return static_cast<short>(POLLIN | (output_.IsEmpty() ? 0 : POLLOUT));
-        case State::Closed:
-        case State::Resolving:
-        case State::Listening:
-        case State::Connecting:
-            break;
-    }
-    return 0;
+    if (state_ != State::Connected) return 0;
+    return static_cast<short>(POLLIN | (output_.IsEmpty() ? 0 : POLLOUT));
 }
 
 void SocketCore::UpdateInterest() {

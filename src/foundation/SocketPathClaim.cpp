@@ -10,7 +10,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <string_view>
 #include <vector>
 
 #include "foundation/SocketErrors.h"
@@ -18,13 +17,6 @@
 namespace qv {
 
 namespace {
-
-// FNV-1a: a file name too long to be part of the lock's name is told by its hash.
-std::uint64_t Hash(std::string_view text) {
-    std::uint64_t hash = 14695981039346656037ull;
-    for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ull;
-    return hash;
-}
 
 // A real folder of this user, which this user can write into and nobody else can.
 bool IsPrivateFolder(const std::string& folder) {
@@ -116,9 +108,9 @@ std::int32_t SocketPathClaim::TakeLock(const std::string& path) {
     const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
     struct stat info {};
     if (stat(folder.c_str(), &info) != 0) return SocketError::FromErrno(errno);
-    const std::string shortName = name.size() <= 64 ? name : std::to_string(Hash(name));
+    // A socket's path is short (sun_path), so its name always fits a file name.
     lockPath_ = (lockFolder_.empty() ? folder : lockFolder_) + "/.qvassistant-" + std::to_string(info.st_dev) + "-" +
-                std::to_string(info.st_ino) + "-" + shortName + ".lock";
+                std::to_string(info.st_ino) + "-" + name + ".lock";
     // An instance that ends removes the file before it lets the lock go, so a
     // lock taken on a file that the path no longer names is taken again.
     for (;;) {

@@ -156,15 +156,10 @@ TEST_F(CopyJobTest, ImpossibleCopiesEndSilentlyAndNeverTouchTheSource) {
     // A source that cannot be opened (here for want of a descriptor) leaves
     // what stands at the destination as it is.
     const std::string keep = CopyCommand(source + "/f", "full/keep", 8, "true", "no-descriptor");
-    const int lowestFree = dup(0);
-    close(lowestFree);
-    rlimit saved{};
-    getrlimit(RLIMIT_NOFILE, &saved);
-    const rlimit atTheEdge{static_cast<rlim_t>(lowestFree), saved.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &atTheEdge);
-    const Replies none = Run(keep);
-    setrlimit(RLIMIT_NOFILE, &saved);
-    EXPECT_TRUE(none.empty());
+    {
+        test::NoDescriptorLeft atTheEdge;
+        EXPECT_TRUE(Run(keep).empty());
+    }
     EXPECT_EQ(ReadFile(target + "/full/keep"), "kept");
     EXPECT_EQ(job.SrcFileInfoMD5.Bytes(), "no-descriptor") << "a request that fails has stored its tag";
 }

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -205,13 +204,6 @@ TEST_F(SocketTest, TheLocalListenerTakesOnePeerWhoseDepartureOrDeafnessIsAnError
     EXPECT_EQ(refused.events, Events{"error 106 "});
 }
 
-// The lowest descriptor number free now; every lower one is taken.
-int LowestFreeDescriptor() {
-    const int probe = dup(0);
-    close(probe);
-    return probe;
-}
-
 // Names served by a responder on the test's loop, through a resolver
 // configuration of the test's own.
 class NameTest : public SocketTest {
@@ -286,28 +278,13 @@ TEST_F(NameTest, EveryAddressOfANameIsTriedTheNextOneAQuarterSecondAfterTheOneBe
     }
 }
 
-// Lowers the soft descriptor limit to `limit` while it lives.
-class DescriptorLimit {
-public:
-    explicit DescriptorLimit(rlim_t limit) {
-        getrlimit(RLIMIT_NOFILE, &saved_);
-        rlimit lowered = saved_;
-        lowered.rlim_cur = limit;
-        setrlimit(RLIMIT_NOFILE, &lowered);
-    }
-    ~DescriptorLimit() { setrlimit(RLIMIT_NOFILE, &saved_); }
-
-private:
-    rlimit saved_{};
-};
-
 TEST_F(SocketTest, OutOfDescriptorsTheListenerTakesThePeerWithItsReserveThenRestsInsteadOfSpinning) {
     Recording<IPCSocket> s(loop, dir.Path());
     Listen(s, "channel", false);
     const int peer = test::ConnectLocal(dir.File("channel"));
     const int further = test::ConnectLocal(dir.File("channel"));
     {
-        DescriptorLimit atTheEdge(LowestFreeDescriptor());
+        test::NoDescriptorLeft atTheEdge;
         ASSERT_TRUE(test::RunUntil(loop, [&] { return s.Saw("connected"); })) << "the reserve takes the peer";
         loop.RunOnce(milliseconds(20));
         EXPECT_FALSE(ClosedByItsPeer(further)) << "no room is left for the next one";

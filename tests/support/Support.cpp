@@ -81,6 +81,16 @@ void TcpListener::StopListening() {
     fd_ = -1;
 }
 
+NoDescriptorLeft::NoDescriptorLeft() {
+    const int lowestFree = dup(0);
+    close(lowestFree);
+    getrlimit(RLIMIT_NOFILE, &saved_);
+    const rlimit atTheEdge{static_cast<rlim_t>(lowestFree), saved_.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &atTheEdge);
+}
+
+NoDescriptorLeft::~NoDescriptorLeft() { setrlimit(RLIMIT_NOFILE, &saved_); }
+
 void WriteAll(int fd, const std::string& bytes) {
     for (std::size_t done = 0; done < bytes.size();) {
         const ssize_t n = send(fd, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include "foundation/Clock.h"
@@ -74,6 +75,19 @@ public:
 private:
     int fd_ = -1;
     std::int32_t port_ = 0;
+};
+
+// While it lives, no new descriptor can be had: the soft limit stands at the
+// lowest number that is free.
+class NoDescriptorLeft {
+public:
+    NoDescriptorLeft();
+    ~NoDescriptorLeft();
+    NoDescriptorLeft(const NoDescriptorLeft&) = delete;
+    NoDescriptorLeft& operator=(const NoDescriptorLeft&) = delete;
+
+private:
+    rlimit saved_{};
 };
 
 void WriteAll(int fd, const std::string& bytes);
