@@ -14,8 +14,7 @@ constexpr std::chrono::milliseconds kIdleWait(10);
 
 }  // namespace
 
-void HTTPSocket::_Wait(const String& url, const char* action, const std::shared_ptr<FolderItem>& file,
-                       std::int32_t timeout) {
+void HTTPSocket::_Wait(const String& url, const char* action, const File& file, std::int32_t timeout) {
     timeoutSeconds = timeout;
     _Start(url, action, file, true);
     WaitForPage();
@@ -66,7 +65,7 @@ void HTTPSocket::WaitForPage() {
 
 // The file is always emptied before a download, through a text file made and
 // closed at once, and never appended to.
-bool HTTPSocket::_SetDownloadFile(const std::shared_ptr<FolderItem>& file) {
+bool HTTPSocket::_SetDownloadFile(const File& file) {
     _KillDownloadStream();
     if (!file) return true;
     if (file->Exists() && file->Directory()) {

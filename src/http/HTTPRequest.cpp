@@ -50,8 +50,7 @@ void HTTPSocket::_ParseURL(const String& url) {
     SetAddress(NthField(_server, ":", 1));
 }
 
-void HTTPSocket::_DoConnect(const String& url, const String& action,
-                            const std::shared_ptr<FolderItem>& file) {
+void HTTPSocket::_DoConnect(const String& url, const String& action, const File& file) {
     mErrorCode = 0;
     _ParseURL(url);
     _processingURL = url;
@@ -68,8 +67,7 @@ void HTTPSocket::_DoConnect(const String& url, const String& action,
     Connect();
 }
 
-void HTTPSocket::_Start(const String& url, const char* action, const std::shared_ptr<FolderItem>& file,
-                        bool blocking) {
+void HTTPSocket::_Start(const String& url, const char* action, const File& file, bool blocking) {
     synchronous = blocking;
     _DoConnect(url, action, file);
 }

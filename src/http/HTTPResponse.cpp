@@ -153,7 +153,7 @@ void HTTPSocket::_ProcessPage() {
     _pageComplete = true;
     _SettlePage();
     const bool wasDownload = _downloadStream != nullptr;
-    const std::shared_ptr<FolderItem> file = _downloadFile;
+    const File file = _downloadFile;
     _KillDownloadStream();
     if (SameText(_httpAction, "HEAD") || synchronous) return;
     if (wasDownload) {

@@ -26,6 +26,7 @@ namespace qv {
 class HTTPSocket : public TCPSocket {
 public:
     using Headers = std::shared_ptr<InternetHeaders>;
+    using File = std::shared_ptr<FolderItem>;
 
     struct Events {
         std::function<void(const String& url, std::int32_t httpStatus, const Headers& headers,
@@ -35,7 +36,7 @@ public:
             ReceiveProgress;
         std::function<void()> Connected;
         std::function<void(const String& url, std::int32_t httpStatus, const Headers& headers,
-                           const std::shared_ptr<FolderItem>& file)>
+                           const File& file)>
             DownloadComplete;
         std::function<void(std::int32_t code)> Error;
         std::function<void(const Headers& headers, std::int32_t httpStatus)> HeadersReceived;
@@ -63,13 +64,9 @@ public:
 
     // Requests that return at once; the answer comes by event.
     virtual void Get(const String& url) { _Start(url, "GET", nullptr, false); }
-    virtual void Get(const String& url, const std::shared_ptr<FolderItem>& file) {
-        _Start(url, "GET", file, false);
-    }
+    virtual void Get(const String& url, const File& file) { _Start(url, "GET", file, false); }
     virtual void Post(const String& url) { _Start(url, "POST", nullptr, false); }
-    virtual void Post(const String& url, const std::shared_ptr<FolderItem>& file) {
-        _Start(url, "POST", file, false);
-    }
+    virtual void Post(const String& url, const File& file) { _Start(url, "POST", file, false); }
     virtual void GetHeaders(const String& url) { _Start(url, "HEAD", nullptr, false); }
 
     // Requests that wait, with `timeout` seconds of inactivity at most (0 or
@@ -82,11 +79,11 @@ public:
         _Wait(url, "POST", nullptr, timeout);
         return _pageText;
     }
-    virtual bool Get(const String& url, const std::shared_ptr<FolderItem>& file, std::int32_t timeout) {
+    virtual bool Get(const String& url, const File& file, std::int32_t timeout) {
         _Wait(url, "GET", file, timeout);
         return mErrorCode == 0;
     }
-    virtual bool Post(const String& url, const std::shared_ptr<FolderItem>& file, std::int32_t timeout) {
+    virtual bool Post(const String& url, const File& file, std::int32_t timeout) {
         _Wait(url, "POST", file, timeout);
         return mErrorCode == 0;
     }
@@ -118,7 +115,7 @@ private:
     // Requests.
     void _InitializeRequestHeaders();
     void _ParseURL(const String& url);
-    void _DoConnect(const String& url, const String& action, const std::shared_ptr<FolderItem>& file);
+    void _DoConnect(const String& url, const String& action, const File& file);
     void _SendRequest(const String& action);
     void _ResetVariables();
     String _DetermineEOLCharacter(const String& text) const;
@@ -141,14 +138,12 @@ private:
     // Waiting and downloads.
     void WaitForPage();
     std::size_t _PageSize() const { return Input().KeptSize() + _pageText.Size(); }
-    bool _SetDownloadFile(const std::shared_ptr<FolderItem>& file);
+    bool _SetDownloadFile(const File& file);
     void _KillDownloadStream();
     // Starts a request, in the mode of the form that asks.
-    void _Start(const String& url, const char* action, const std::shared_ptr<FolderItem>& file,
-                bool blocking);
+    void _Start(const String& url, const char* action, const File& file, bool blocking);
     // Starts a blocking request with its time-out and waits for its end.
-    void _Wait(const String& url, const char* action, const std::shared_ptr<FolderItem>& file,
-               std::int32_t timeout);
+    void _Wait(const String& url, const char* action, const File& file, std::int32_t timeout);
 
     Clock& _clock;
 
@@ -157,7 +152,7 @@ private:
     String _path;
     std::int32_t _totalLength = 0;
     std::shared_ptr<BinaryStream> _downloadStream;
-    std::shared_ptr<FolderItem> _downloadFile;
+    File _downloadFile;
     // The page once complete; while it arrives it is kept in the input buffer.
     String _pageText;
     // The storage of the page before, lent to the next one.

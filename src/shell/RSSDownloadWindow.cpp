@@ -45,7 +45,6 @@ RSSDownloadWindow::RSSDownloadWindow(RunLoop& loop, Clock& clock, WindowView& vi
       fetcher(loop, clock, *this, channel, channel.CommandDispatchTimer),
       copyJob(loop, clock, *this, channel, {&fetcher.RSSTCPSocket, &channel.QVIPCSocket}),
       MinimizeTimer(loop),
-      loop_(loop),
       view_(view) {
     Layout();
     CreateControls();
@@ -58,40 +57,6 @@ void RSSDownloadWindow::Layout() {
     menuBar_ = &MenuBar1::Instance();
     view_.SetMenuBar(*menuBar_);
     view_.ApplyValues(kWindowValues);
-}
-
-MenuItem& RSSDownloadWindow::EditMenu() {
-    return MenuItemNamed<MenuItem>("EditMenu");
-}
-MenuItem& RSSDownloadWindow::EditSelectAll() {
-    return MenuItemNamed<MenuItem>("EditSelectAll");
-}
-MenuItem& RSSDownloadWindow::UntitledMenu0() {
-    return MenuItemNamed<MenuItem>("UntitledMenu0");
-}
-MenuItem& RSSDownloadWindow::EditClear() {
-    return MenuItemNamed<MenuItem>("EditClear");
-}
-MenuItem& RSSDownloadWindow::EditPaste() {
-    return MenuItemNamed<MenuItem>("EditPaste");
-}
-MenuItem& RSSDownloadWindow::EditCopy() {
-    return MenuItemNamed<MenuItem>("EditCopy");
-}
-MenuItem& RSSDownloadWindow::EditCut() {
-    return MenuItemNamed<MenuItem>("EditCut");
-}
-MenuItem& RSSDownloadWindow::UntitledMenu1() {
-    return MenuItemNamed<MenuItem>("UntitledMenu1");
-}
-MenuItem& RSSDownloadWindow::EditUndo() {
-    return MenuItemNamed<MenuItem>("EditUndo");
-}
-MenuItem& RSSDownloadWindow::FileMenu() {
-    return MenuItemNamed<MenuItem>("FileMenu");
-}
-QuitMenuItem& RSSDownloadWindow::FileQuit() {
-    return MenuItemNamed<QuitMenuItem>("FileQuit");
 }
 
 void RSSDownloadWindow::CreateControls() {

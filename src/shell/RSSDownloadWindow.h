@@ -60,17 +60,17 @@ public:
     void processCommand(const String& text);
 
     // The items of the window's menu bar by name.
-    MenuItem& EditMenu();
-    MenuItem& EditSelectAll();
-    MenuItem& UntitledMenu0();
-    MenuItem& EditClear();
-    MenuItem& EditPaste();
-    MenuItem& EditCopy();
-    MenuItem& EditCut();
-    MenuItem& UntitledMenu1();
-    MenuItem& EditUndo();
-    MenuItem& FileMenu();
-    QuitMenuItem& FileQuit();
+    MenuItem& EditMenu() { return MenuItemNamed<MenuItem>("EditMenu"); }
+    MenuItem& EditSelectAll() { return MenuItemNamed<MenuItem>("EditSelectAll"); }
+    MenuItem& UntitledMenu0() { return MenuItemNamed<MenuItem>("UntitledMenu0"); }
+    MenuItem& EditClear() { return MenuItemNamed<MenuItem>("EditClear"); }
+    MenuItem& EditPaste() { return MenuItemNamed<MenuItem>("EditPaste"); }
+    MenuItem& EditCopy() { return MenuItemNamed<MenuItem>("EditCopy"); }
+    MenuItem& EditCut() { return MenuItemNamed<MenuItem>("EditCut"); }
+    MenuItem& UntitledMenu1() { return MenuItemNamed<MenuItem>("UntitledMenu1"); }
+    MenuItem& EditUndo() { return MenuItemNamed<MenuItem>("EditUndo"); }
+    MenuItem& FileMenu() { return MenuItemNamed<MenuItem>("FileMenu"); }
+    QuitMenuItem& FileQuit() { return MenuItemNamed<QuitMenuItem>("FileQuit"); }
 
 private:
     template <class T>
@@ -78,7 +78,6 @@ private:
         return Deref(dynamic_cast<T*>(Deref(menuBar_).Child(name)));
     }
 
-    RunLoop& loop_;
     WindowView& view_;
     const MenuItem* menuBar_ = nullptr;
 };
