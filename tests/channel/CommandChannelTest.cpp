@@ -12,11 +12,8 @@ namespace {
 
 using std::chrono::milliseconds;
 using test::Command;
+using test::Frame;
 using Texts = std::vector<std::string>;
-
-std::string Frame(const std::string& text) {
-    return std::string(MakeFrame(String(text)).Bytes());
-}
 
 // The channel without a socket: what comes in is handed to TakeIn, and the
 // commands that the dispatcher starts are written down.
@@ -96,22 +93,6 @@ TEST_F(CommandChannelTest, CopyFileAbortPassesTheQueueOnlyWhileACopyRuns) {
     channel.TakeIn(Frame(Command({{"Command", "Status"}})) + Frame(Command({{"Command", "copyfileabort"}})));
     EXPECT_EQ(kills, 1);
     EXPECT_EQ(Queued(), (Texts{"CopyFileAbort", "Status"}));
-}
-
-TEST_F(CommandChannelTest, AStreamOfFramesThatNeverLetsTheLoopWaitDoesNotHoldTheDispatcherBack) {
-    int fds[2];
-    ASSERT_EQ(pipe(fds), 0);
-    ASSERT_EQ(write(fds[1], "x", 1), 1);
-    // A descriptor that is always ready, whose frames take the clock's time.
-    RunLoop::Watch stream = loop.AddWatch(fds[0], POLLIN, [&](short) {
-        channel.TakeIn("Start__End");
-        clock.Advance(milliseconds(100));
-    });
-    channel.TakeIn(Frame(Command({{"Command", "Status"}})));
-    while (started.empty() && clock.Now() < created + std::chrono::seconds(10)) loop.RunOnce(Duration::zero());
-    EXPECT_EQ(clock.Now() - created, milliseconds(2000)) << "the tick comes at the first pass after it fell due";
-    close(fds[0]);
-    close(fds[1]);
 }
 
 }  // namespace

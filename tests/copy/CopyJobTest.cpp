@@ -164,37 +164,30 @@ TEST_F(CopyJobTest, ImpossibleCopiesEndSilentlyAndNeverTouchTheSource) {
     EXPECT_EQ(job.SrcFileInfoMD5.Bytes(), "no-descriptor") << "a request that fails has stored its tag";
 }
 
-// SIGTERM comes once the destination is `signalAt` bytes long; the copy must
-// end within that chunk and the next pause, leaving `left` bytes, as the
-// channel's loss would there: no end report, the process ending with status 0.
-void ExpectASignalToEndTheCopy(CopyJobTest& t, std::size_t signalAt, std::size_t left) {
+// SIGTERM comes once the destination is so long: before the first pause the
+// copy ends in it, between pauses at the end of its chunk, leaving that many
+// bytes, as the channel's loss would there: no end report, status 0.
+TEST_F(CopyJobTest, ASignalEndsTheCopyInThePauseOrAtTheEndOfItsChunk) {
     const std::string bytes = Pattern(5 * 2097152);
-    WriteFile(t.source + "/big", bytes);
+    WriteFile(source + "/big", bytes);
     // As the process ends on it: the loop stops, and the stack unwinds to it.
-    SignalWatch stopOnSignal(t.loop, {SIGTERM}, [&](int) { t.loop.Quit(0); });
-    bool raised = false;
-    t.clock.onReading = [&] {
-        std::error_code missing;
-        const auto size = fs::file_size(t.target + "/big", missing);
-        if (!raised && !missing && size == signalAt) raised = std::raise(SIGTERM) == 0;
-    };
-    t.command.CommandStr = "CopyFile";
-    EXPECT_THROW(t.job.startCopy(String(t.CopyCommand(t.source + "/big", "big", 5 * 2097152))), EndException);
-    t.clock.onReading = nullptr;
-    EXPECT_TRUE(t.loop.Stopping());
-    EXPECT_EQ(t.loop.ExitStatus(), 0);
-    const Replies replies = t.sink.Take();
-    ASSERT_EQ(replies.size(), 1u) << "the first report, and no end report";
-    EXPECT_NE(replies[0].find("Status: InProgress"), std::string::npos);
-    EXPECT_TRUE(ReadFile(t.target + "/big") == bytes.substr(0, left)) << fs::file_size(t.target + "/big");
-}
-
-TEST_F(CopyJobTest, ASignalBeforeTheFirstPauseEndsTheCopyInIt) {
-    ExpectASignalToEndTheCopy(*this, 0, 0);
-}
-
-TEST_F(CopyJobTest, ASignalBetweenPausesEndsTheCopyAtTheEndOfItsChunk) {
-    ExpectASignalToEndTheCopy(*this, 2097152, 2 * 2097152);
+    SignalWatch stopOnSignal(loop, {SIGTERM}, [&](int) { loop.Quit(0); });
+    for (const auto [signalAt, left] : {std::pair<std::size_t, std::size_t>{0, 0}, {2097152, 2 * 2097152}}) {
+        bool raised = false;
+        clock.onReading = [&, signalAt] {
+            std::error_code missing;
+            const auto size = fs::file_size(target + "/big", missing);
+            if (!raised && !missing && size == signalAt) raised = std::raise(SIGTERM) == 0;
+        };
+        command.CommandStr = "CopyFile";
+        EXPECT_THROW(job.startCopy(String(CopyCommand(source + "/big", "big", 5 * 2097152))), EndException);
+        clock.onReading = nullptr;
+        EXPECT_TRUE(loop.Stopping() && loop.ExitStatus() == 0);
+        const Replies replies = sink.Take();
+        ASSERT_EQ(replies.size(), 1u) << "the first report, and no end report";
+        EXPECT_NE(replies[0].find("Status: InProgress"), std::string::npos);
+        EXPECT_TRUE(ReadFile(target + "/big") == bytes.substr(0, left)) << fs::file_size(target + "/big");
+    }
 }
 
 TEST_F(CopyJobTest, ADiskThatFillsEndsTheCopyWithAnExactPrefixThoughItFreesAgain) {

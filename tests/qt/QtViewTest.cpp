@@ -11,7 +11,8 @@
 #include <vector>
 
 #include "shell/qt/QtView.h"
-#include "support/WindowFixture.h"
+#include "shell/RSSDownloadWindow.h"
+#include "support/Support.h"
 
 namespace qv {
 namespace {

@@ -20,6 +20,7 @@ using namespace std::string_literals;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using Texts = std::vector<std::string>;
+using test::Frame;
 
 const std::string kStatus = "Response: Status\r\nStatus: Ready\r\nHTTPError: \r\n";
 std::string Progress(const std::string& barPos) {
@@ -29,7 +30,6 @@ const std::string kProgress = Progress("4");
 std::string End(const std::string& status) {
     return "Response: CopyFile\r\nSrcFileInfoMD5: qvctl\r\nStatus: " + status + "\r\nHTTPError: \r\n";
 }
-std::string Frame(const std::string& text) { return std::string(MakeFrame(String(text)).Bytes()); }
 
 // The console against a stand-in for the assistant on the same loop, with a manual clock. The stand-in
 // takes one peer, as the assistant does (so each run needs a rig of its own), and decodes what it receives.

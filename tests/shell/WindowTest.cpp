@@ -4,17 +4,19 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "foundation/Base64.h"
-#include "foundation/DebugLog.h"
-#include "shell/HeadlessView.h"
-#include "foundation/TextFunctions.h"
 #include "foundation/CatchAll.h"
+#include "foundation/DebugLog.h"
+#include "foundation/TextFunctions.h"
+#include "shell/HeadlessView.h"
 #include "shell/LogEcho.h"
+#include "shell/RSSDownloadWindow.h"
 #include "shell/RSSFeedModule.h"
-#include "support/WindowFixture.h"
+#include "support/Support.h"
 
 namespace qv {
 namespace {
@@ -23,9 +25,34 @@ using std::chrono::milliseconds;
 using test::Command;
 using Replies = std::vector<std::string>;
 
-class WindowTest : public test::WindowFixture {
+using test::Frame;
+
+// A whole assistant window on a temporary channel path, a manual clock and the
+// headless view; with Connect, a peer on its channel.
+class WindowTest : public ::testing::Test {
 protected:
-    std::string Frame(const std::string& text) const { return std::string(MakeFrame(String(text)).Bytes()); }
+    HeadlessEditField& Log() const { return static_cast<HeadlessEditField&>(*window->InputField); }
+    std::string LogText() const { return std::string(Log().Text().Bytes()); }
+    void Connect() {
+        peer = std::make_unique<test::ChannelPeer>(channelPath);
+        ASSERT_TRUE(test::RunUntil(loop, [&] { return window->channel.IsConnected(); }));
+    }
+    // Lets the window read what the peer sent, without moving the clock: a
+    // local socket holds the bytes as soon as the peer's write returns.
+    void Deliver() {
+        for (int pass = 0; pass < 3; ++pass) loop.RunOnce(Duration::zero());
+    }
+    // Runs the dispatcher's tick number `n`, 2000 ms apart from creation.
+    void Tick(int n) { test::AdvanceTo(loop, clock, created + milliseconds(2000 * n)); }
+
+    ManualClock clock;
+    RunLoop loop{clock};
+    TimePoint created = clock.Now();  // where the dispatcher's beat starts
+    test::TempDir dir;
+    std::string channelPath = dir.File("qvipc");
+    HeadlessView view;
+    std::unique_ptr<RSSDownloadWindow> window = std::make_unique<RSSDownloadWindow>(loop, clock, view, String(channelPath));
+    std::unique_ptr<test::ChannelPeer> peer;
 };
 
 // The whole assistant, from the frames its peer sends to the replies it reads.
@@ -161,13 +188,6 @@ TEST_F(WindowTest, TheLogTrimsAboveThreeThousandCharactersOneCharacterPastALineB
 TEST(LogEchoTest, EntriesGoOutAsLinesAndAFullPipeDropsAndCountsWithoutBlocking) {
     int fds[2];
     ASSERT_EQ(pipe(fds), 0);
-    fcntl(fds[0], F_SETFL, O_NONBLOCK);
-    const auto drain = [&] {
-        std::string bytes;
-        char buffer[65536];
-        for (ssize_t n; (n = read(fds[0], buffer, sizeof buffer)) > 0;) bytes.append(buffer, static_cast<std::size_t>(n));
-        return bytes;
-    };
     {
         ManualClock clock;
         RunLoop loop(clock);
@@ -176,7 +196,7 @@ TEST(LogEchoTest, EntriesGoOutAsLinesAndAFullPipeDropsAndCountsWithoutBlocking) 
         RSSDownloadWindow window(loop, clock, view, String(dir.File("qvipc")));
         window.writeInputField("Status OK...");
     }
-    EXPECT_EQ(drain(), "Connecting to Quorvane...\nStatus OK...\n");
+    EXPECT_EQ(test::ReadAvailable(fds[0], 0), "Connecting to Quorvane...\nStatus OK...\n");
     // Filled without blocking; the echo's own descriptor blocks, as a launcher's pipe does.
     fcntl(fds[1], F_SETFL, O_NONBLOCK);
     while (write(fds[1], std::string(4096, 'f').data(), 4096) > 0) {
@@ -185,9 +205,9 @@ TEST(LogEchoTest, EntriesGoOutAsLinesAndAFullPipeDropsAndCountsWithoutBlocking) 
     LogEcho echo(fds[1]);
     echo.WriteLine("lost");
     echo.WriteLine("lost too");
-    drain();
+    test::ReadAvailable(fds[0], 0);
     echo.WriteLine("Status OK...");
-    EXPECT_EQ(drain(), "2 log lines were dropped: nothing was reading standard error\nStatus OK...\n");
+    EXPECT_EQ(test::ReadAvailable(fds[0], 0), "2 log lines were dropped: nothing was reading standard error\nStatus OK...\n");
     close(fds[0]);
     close(fds[1]);
 }

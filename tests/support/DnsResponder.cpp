@@ -40,7 +40,6 @@ void DnsResponder::Answer() {
     socklen_t fromLength = sizeof from;
     const ssize_t got = recvfrom(fd_.Get(), query, sizeof query, 0, reinterpret_cast<sockaddr*>(&from), &fromLength);
     if (got < static_cast<ssize_t>(kHeader) + 5) return;
-    ++questions_;
     // The question: labels up to the empty one, then its type and class.
     std::string name;
     std::size_t at = kHeader;

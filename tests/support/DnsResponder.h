@@ -20,7 +20,6 @@ public:
     std::uint16_t Port() const { return port_; }
     // `addresses` in text form, of either family, in the order they are given.
     void Serve(const std::string& name, std::vector<std::string> addresses) { names_[name] = std::move(addresses); }
-    int Questions() const { return questions_; }
 
 private:
     void Answer();
@@ -29,7 +28,6 @@ private:
     std::uint16_t port_ = 0;
     RunLoop::Watch watch_;
     std::map<std::string, std::vector<std::string>> names_;
-    int questions_ = 0;
 };
 
 }  // namespace qv::test

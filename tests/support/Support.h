@@ -106,6 +106,8 @@ void WriteFile(const std::string& path, const std::string& bytes);
 
 // A command's text as Quorvane writes it: "name:value" lines ended by CR.
 std::string Command(std::initializer_list<Field> fields);
+// A message text packed and framed, as it goes over the channel.
+inline std::string Frame(const std::string& messageText) { return std::string(MakeFrame(String(messageText)).Bytes()); }
 
 // The other end of the channel, as Quorvane is: a plain local socket that
 // writes frames and reads the assistant's replies, decoded.
@@ -116,7 +118,7 @@ public:
     ChannelPeer(const ChannelPeer&) = delete;
     ChannelPeer& operator=(const ChannelPeer&) = delete;
     // A command's message text, packed and framed.
-    void Send(const std::string& messageText) { SendRaw(std::string(MakeFrame(String(messageText)).Bytes())); }
+    void Send(const std::string& messageText) { SendRaw(Frame(messageText)); }
     void SendRaw(const std::string& bytes) { WriteAll(fd_, bytes); }
     // The message texts of the replies that have arrived since the last call.
     std::vector<std::string> Replies();
