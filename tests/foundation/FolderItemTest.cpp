@@ -20,6 +20,7 @@ TEST(FolderItemTest, PathsStreamsAndKindsOfFiles) {
     EXPECT_FALSE(GetFolderItem(""));
     EXPECT_EQ(GetFolderItem("/tmp/x//")->NativePath().Bytes(), "/tmp/x/") << "one trailing slash: a folder only";
     EXPECT_EQ(GetFolderItem("a//b")->Parent()->NativePath().Bytes(), "a");
+    EXPECT_EQ(GetFolderItem("b")->Parent()->NativePath().Bytes(), ".");
     EXPECT_FALSE(GetFolderItem("/")->Parent());
     EXPECT_FALSE(GetFolderItem("/x")->Child("")) << "an empty name must not give the folder back";
     EXPECT_FALSE(GetFolderItem("/x")->Child("a/b"));

@@ -326,6 +326,7 @@ TEST(SocketPathClaimTest, ALiveClaimKeepsOthersOutLeavesNoFileBehindAndNamesOnly
         EXPECT_EQ(Inode(path), live) << "the live socket is untouched";
         EXPECT_EQ(std::distance(fs::directory_iterator(dir.Path()), {}), 1) << "the socket alone";
         EXPECT_EQ(elsewhere.Claim(otherFolder.File("qvipc"), other), 0) << "the same name elsewhere is another channel";
+        EXPECT_EQ(std::distance(fs::directory_iterator(locks.Path()), {}), 2) << "a lock each, in the private folder";
         const int peer = test::ConnectLocal(path);
         EXPECT_GE(peer, 0);
         close(peer);

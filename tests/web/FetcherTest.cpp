@@ -95,9 +95,11 @@ TEST_F(FetcherTest, PagesHeadersAndNewsAreReportedByteForByteAndFreeTheQueue) {
     EXPECT_EQ(Answer(""), Replies{Opening("GetPageURL", server.Url()) + "HTTPStatus: \r\nHTTPError: 0\r\n\r\n"});
 
     // An empty address ends the command at once, with nothing sent.
-    Start("GetPageURL", {{"WebAddress", server.Url()}});
-    EXPECT_FALSE(command.isCommandInProgress || WatchdogOn());
-    EXPECT_TRUE(fetcher.InputURL.IsEmpty() && sink.Empty());
+    for (const char* word : {"GetPageURL", "GetNews"}) {
+        Start(word, {{"GetPageURL", ""}});
+        EXPECT_FALSE(command.isCommandInProgress || WatchdogOn()) << word;
+        EXPECT_TRUE(fetcher.InputURL.IsEmpty() && sink.Empty()) << word;
+    }
 }
 
 TEST_F(FetcherTest, TheDispatcherSkipsTheTickThatTheEndOfAFetchMadeLate) {
@@ -201,6 +203,8 @@ TEST_F(FetcherTest, LateEventsAreJudgedByTheCurrentCommandAndALostChannelEndsThe
     EXPECT_EQ(loop.ExitStatus(), 0);
     EXPECT_TRUE(command.isCommandInProgress && sink.Empty()) << "left as it was";
     EXPECT_FALSE(WatchdogOn());
+    EXPECT_THROW(fetcher.RSSTCPSocket_Error(102), EndException) << "an error for nobody ends the process too";
+    EXPECT_TRUE(sink.Empty());
 }
 
 }  // namespace
