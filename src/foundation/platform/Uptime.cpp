@@ -4,12 +4,9 @@
 
 namespace qv::platform {
 
-// On the Mac the desktop application's tick count is the system's uptime, as
-// Carbon's TickCount and UpTime give it: mach_absolute_time's clock, which
-// CLOCK_UPTIME_RAW reads, so both processes see the same count. It stands
-// still while the machine sleeps (CLOCK_MONOTONIC there runs on through sleep
-// and would not agree). Linux's CLOCK_MONOTONIC leaves out suspend alike, and
-// is POSIX's clock elsewhere.
+// On the Mac the desktop application's tick count is mach_absolute_time's
+// uptime, which stands still in sleep: CLOCK_UPTIME_RAW, not CLOCK_MONOTONIC,
+// which runs on there. Linux's CLOCK_MONOTONIC leaves out suspend alike.
 #if defined(__APPLE__)
 constexpr clockid_t kUptimeClock = CLOCK_UPTIME_RAW;
 #else
