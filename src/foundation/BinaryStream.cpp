@@ -85,7 +85,7 @@ bool BinaryStream::WriteExtent(const BinaryStream& source, Extent extent) {
         const auto [data, hole] = NextData(source.descriptor_.Get(), from, end);
         to += data - from;
         const off_t reached = platform::CopyFileBytes(source.descriptor_.Get(), data, descriptor_.Get(), to,
-                                        static_cast<std::uint64_t>(hole - data));
+                                                      static_cast<std::uint64_t>(hole - data));
         if (reached != to + (hole - data)) {
             // What was written stays: the file is an exact prefix of the source.
             position_ = static_cast<std::uint64_t>(reached);

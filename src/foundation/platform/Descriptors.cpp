@@ -10,11 +10,17 @@ namespace qv::platform {
 
 #if defined(QV_LINUX_CALLS)
 
-int MakeSocket(int family, int type) { return ::socket(family, type | SOCK_NONBLOCK | SOCK_CLOEXEC, 0); }
+int MakeSocket(int family, int type) {
+    return ::socket(family, type | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+}
 
-int AcceptConnection(int listener) { return ::accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC); }
+int AcceptConnection(int listener) {
+    return ::accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+}
 
-bool MakeSelfPipe(int ends[2]) { return ::pipe2(ends, O_NONBLOCK | O_CLOEXEC) == 0; }
+bool MakeSelfPipe(int ends[2]) {
+    return ::pipe2(ends, O_NONBLOCK | O_CLOEXEC) == 0;
+}
 
 #else
 
@@ -24,7 +30,8 @@ namespace {
 // program starts another, so no child can inherit a descriptor in between.
 bool SetFlags(int fd, bool socket) {
     const int status = ::fcntl(fd, F_GETFL);
-    bool set = status >= 0 && ::fcntl(fd, F_SETFL, status | O_NONBLOCK) == 0 && ::fcntl(fd, F_SETFD, FD_CLOEXEC) == 0;
+    bool set = status >= 0 && ::fcntl(fd, F_SETFL, status | O_NONBLOCK) == 0 &&
+               ::fcntl(fd, F_SETFD, FD_CLOEXEC) == 0;
 #if defined(SO_NOSIGPIPE)
     // macOS and FreeBSD: sends on this socket never raise SIGPIPE.
     const int on = 1;
@@ -49,9 +56,13 @@ int Prepared(int fd, bool socket) {
 
 }  // namespace
 
-int MakeSocket(int family, int type) { return Prepared(::socket(family, type, 0), true); }
+int MakeSocket(int family, int type) {
+    return Prepared(::socket(family, type, 0), true);
+}
 
-int AcceptConnection(int listener) { return Prepared(::accept(listener, nullptr, nullptr), true); }
+int AcceptConnection(int listener) {
+    return Prepared(::accept(listener, nullptr, nullptr), true);
+}
 
 bool MakeSelfPipe(int ends[2]) {
     if (::pipe(ends) != 0) return false;
