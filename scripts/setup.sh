@@ -17,6 +17,7 @@ packages=(
   xvfb                               # the window's process test on a virtual screen
   python3                            # the window test's peer, the terminal tests, the bench reports
   libedit-dev                        # qvctl's line editing in its session mode
+  libbsd-dev                         # getpeereid for the portable build (-DQV_PORTABLE=ON)
   dpkg-dev                           # dpkg-shlibdeps: the .deb's dependencies (cpack -G DEB)
   lintian                            # the .deb's check: lintian build/*.deb
 )

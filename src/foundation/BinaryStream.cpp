@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <string>
 
+#include "foundation/platform/Platform.h"
+
 namespace qv {
 
 String BinaryStream::Read(std::int32_t count) {
@@ -48,32 +50,6 @@ void BinaryStream::Write(const String& data) {
     position_ += written;
 }
 
-namespace {
-
-// For files that the kernel cannot copy between: a buffer at a time. Both
-// offsets move by what was written; `left` keeps what was not.
-void CopyThroughMemory(int from, off_t& fromOffset, int to, off_t& toOffset, std::uint64_t& left) {
-    std::string buffer(static_cast<std::size_t>(std::min<std::uint64_t>(left, 1024 * 1024)), '\0');
-    while (left > 0) {
-        const ssize_t got =
-            ::pread(from, buffer.data(), std::min<std::uint64_t>(left, buffer.size()), fromOffset);
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) return;
-        for (std::size_t written = 0; written < static_cast<std::size_t>(got);) {
-            const ssize_t n =
-                ::pwrite(to, buffer.data() + written, static_cast<std::size_t>(got) - written, toOffset);
-            if (n < 0 && errno == EINTR) continue;
-            if (n <= 0) return;
-            written += static_cast<std::size_t>(n);
-            fromOffset += n;
-            toOffset += n;
-            left -= static_cast<std::uint64_t>(n);
-        }
-    }
-}
-
-}  // namespace
-
 BinaryStream::Extent BinaryStream::Reserve(std::int32_t count) {
     struct stat status {};
     if (count <= 0 || !descriptor_ || ::fstat(descriptor_.Get(), &status) != 0) return Extent{position_, 0};
@@ -85,27 +61,6 @@ BinaryStream::Extent BinaryStream::Reserve(std::int32_t count) {
 }
 
 namespace {
-
-// Copies `length` bytes of `source` from `from` to `destination` at `to`, and
-// gives the offset behind the last byte written there: `to + length` unless
-// the source ended early or a write fell short.
-off_t CopyBytes(int source, off_t from, int destination, off_t to, std::uint64_t length) {
-    std::uint64_t left = length;
-    while (left > 0) {
-        const ssize_t n = ::copy_file_range(source, &from, destination, &to, left, 0);
-        if (n > 0) {
-            left -= static_cast<std::uint64_t>(n);
-        } else if (n < 0 && errno == EINTR) {
-            continue;
-        } else if (n < 0 && (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP)) {
-            CopyThroughMemory(source, from, destination, to, left);
-            break;
-        } else {
-            break;
-        }
-    }
-    return to;
-}
 
 // The next stretch of data at or behind `at`, cut at `end`; {end, end} when
 // only a hole is left. A file system that cannot tell holes has all data.
@@ -129,8 +84,8 @@ bool BinaryStream::WriteExtent(const BinaryStream& source, Extent extent) {
     while (from < end) {
         const auto [data, hole] = NextData(source.descriptor_.Get(), from, end);
         to += data - from;
-        const off_t reached = CopyBytes(source.descriptor_.Get(), data, descriptor_.Get(), to,
-                                        static_cast<std::uint64_t>(hole - data));
+        const off_t reached = platform::CopyFileBytes(source.descriptor_.Get(), data, descriptor_.Get(), to,
+                                                      static_cast<std::uint64_t>(hole - data));
         if (reached != to + (hole - data)) {
             // What was written stays: the file is an exact prefix of the source.
             position_ = static_cast<std::uint64_t>(reached);

@@ -42,8 +42,9 @@ public:
         std::uint64_t length;
     };
     Extent Reserve(std::int32_t count);
-    // Writes `extent` of `source` at this stream's position, by copy_file_range
-    // where the file systems allow it and by reading and writing otherwise.
+    // Writes `extent` of `source` at this stream's position, inside the kernel
+    // where the system and the file systems allow it (platform::CopyFileBytes)
+    // and by reading and writing otherwise.
     // False when less than the whole extent was written (a full disk, a source
     // that shrank): what was written stays, and the position has moved by it.
     bool WriteExtent(const BinaryStream& source, Extent extent);

@@ -1,13 +1,11 @@
 #include "foundation/Clock.h"
 
-#include <time.h>
+#include "foundation/platform/Platform.h"
 
 namespace qv {
 
 TimePoint SystemClock::Now() const {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return TimePoint(std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec));
+    return TimePoint(platform::Uptime());
 }
 
 std::int32_t Ticks(const Clock& clock) {

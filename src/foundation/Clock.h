@@ -21,7 +21,7 @@ public:
     virtual TimePoint Now() const = 0;
 };
 
-// The system-wide monotonic clock (CLOCK_MONOTONIC). Another process that reads
+// The system-wide uptime clock (platform::Uptime). Another process that reads
 // it sees the same time, which is what lets Quorvane and the assistant agree on
 // a tick count.
 class SystemClock final : public Clock {

@@ -5,6 +5,7 @@
 #include <cerrno>
 
 #include "foundation/SocketErrors.h"
+#include "foundation/platform/Platform.h"
 
 namespace qv {
 
@@ -42,7 +43,7 @@ void ConnectionRace::StartNext() {
         return;
     }
     const SocketAddress& address = order_[next_++];
-    Descriptor fd(socket(address.Family(), SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    Descriptor fd(platform::MakeSocket(address.Family(), SOCK_STREAM));
     const int error = !fd ? errno : connect(fd.Get(), address.Get(), address.length) == 0 ? 0 : errno;
     auto attempt = attempts_.insert(attempts_.end(), Attempt{std::move(fd), {}, {}});
     if (error != EINPROGRESS) {

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "foundation/SocketErrors.h"
+#include "foundation/platform/Platform.h"
 
 namespace qv {
 
@@ -21,15 +22,8 @@ constexpr std::chrono::seconds kPathCheckPeriod(2);
 constexpr std::chrono::seconds kOutOfDescriptorsPause(1);
 
 bool PeerIsThisUser(int fd) {
-#if defined(SO_PEERCRED)
-    ucred peer{};
-    socklen_t length = sizeof peer;
-    return getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &length) == 0 && peer.uid == geteuid();
-#else
     uid_t uid = 0;
-    gid_t gid = 0;
-    return getpeereid(fd, &uid, &gid) == 0 && uid == geteuid();
-#endif
+    return platform::PeerUserId(fd, uid) && uid == geteuid();
 }
 
 Descriptor OpenReserve() {
@@ -69,7 +63,7 @@ void IPCSocket::OnClose() {
 
 void IPCSocket::AcceptPending() {
     for (;;) {
-        Descriptor connection(accept4(listener_.Get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+        Descriptor connection(platform::AcceptConnection(listener_.Get()));
         if (!connection) {
             if (errno == EINTR || errno == ECONNABORTED) continue;
             if (errno != EMFILE && errno != ENFILE) return;  // nothing waiting after all

@@ -1,12 +1,13 @@
 #include "foundation/SignalWatch.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <stdexcept>
 #include <utility>
+
+#include "foundation/platform/Platform.h"
 
 namespace qv {
 
@@ -31,7 +32,7 @@ SignalWatch::SignalWatch(RunLoop& loop, std::initializer_list<int> signals,
     : loop_(loop), signals_(signals), onSignal_(std::move(onSignal)) {
     if (gWriteFd >= 0) throw std::logic_error("one SignalWatch at a time");
     int ends[2];
-    if (pipe2(ends, O_NONBLOCK | O_CLOEXEC) != 0) return;
+    if (!platform::MakeSelfPipe(ends)) return;
     readEnd_.Reset(ends[0]);
     writeEnd_.Reset(ends[1]);
     gWriteFd = writeEnd_.Get();

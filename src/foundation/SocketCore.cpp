@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "foundation/SocketErrors.h"
+#include "foundation/platform/Platform.h"
 
 namespace qv {
 
@@ -171,7 +172,7 @@ void SocketCore::FlushOutput() {
     bool sent = false;
     while (!output_.IsEmpty()) {
         const std::string_view pending = output_.Front();
-        const ssize_t n = send(fd_.Get(), pending.data(), pending.size(), MSG_NOSIGNAL);
+        const ssize_t n = platform::SendWithoutSignal(fd_.Get(), pending.data(), pending.size());
         if (n > 0) {
             output_.Drop(static_cast<std::size_t>(n));
             sent = true;

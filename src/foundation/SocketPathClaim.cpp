@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "foundation/SocketErrors.h"
+#include "foundation/platform/Platform.h"
 
 namespace qv {
 
@@ -42,7 +43,7 @@ bool SameFile(const struct stat& a, const struct stat& b) {
 }  // namespace
 
 std::string SocketPathClaim::PrivateFolder() {
-    for (const std::string& folder : {"/run/user/" + std::to_string(geteuid()), HomeFolder()}) {
+    for (const std::string& folder : {platform::SessionFolder(), HomeFolder()}) {
         if (IsPrivateFolder(folder)) return folder;
     }
     return std::string();
@@ -72,7 +73,7 @@ std::int32_t SocketPathClaim::Claim(const std::string& path, Descriptor& listene
         unlink(path.c_str());  // ours, and no live instance holds the lock: stale
     }
 
-    Descriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    Descriptor fd(platform::MakeSocket(AF_UNIX, SOCK_STREAM));
     if (!fd) {
         const std::int32_t error = SocketError::FromErrno(errno);
         Release();

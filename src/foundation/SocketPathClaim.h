@@ -40,9 +40,9 @@ public:
     // that someone deleted can never be reached again.
     bool StillAtPath() const;
 
-    // A folder that only this user can write: the login session's runtime
-    // folder (/run/user/UID) where there is one, else the home folder of the
-    // password database; the empty text when neither is (then the lock goes
+    // A folder that only this user can write: the system's folder for this
+    // user's session (platform::SessionFolder) where there is one, else the
+    // home folder of the password database; the empty text when neither is (then the lock goes
     // beside the socket, where another user could block it). No environment
     // variable is read.
     static std::string PrivateFolder();

@@ -1,7 +1,9 @@
 #include "shell/qt/QtView.h"
 
 #include <unistd.h>
+#if !defined(__APPLE__)
 #include <xcb/xcb.h>
+#endif
 
 #include <QAction>
 #include <QApplication>
@@ -40,28 +42,30 @@ QKeySequence Shortcut(const String& text) {
     return QKeySequence(shortcut);
 }
 
-// Opens a connection to the X display and closes it again. Qt aborts the
-// process when it cannot open a display, so the window mode is decided here.
-bool XDisplayOpens() {
-    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
-    const bool opened = xcb_connection_has_error(connection) == 0;
-    xcb_disconnect(connection);
-    return opened;
-}
-
 // The view that is on a screen now, if any.
 QtView* openView = nullptr;
 
 }  // namespace
 
 std::unique_ptr<QtView> QtView::TryOpen(RunLoop& loop) {
-    if (!XDisplayOpens()) return nullptr;
+#if defined(__APPLE__)
+    // The window server is that of the login session the assistant runs in,
+    // so its screen is there; Qt takes its own platform.
+    return Open(loop);
+#else
+    // Qt aborts the process when it cannot open a display, so the window mode
+    // is decided here: the X display is opened and closed again first.
+    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+    const bool opened = xcb_connection_has_error(connection) == 0;
+    xcb_disconnect(connection);
+    if (!opened) return nullptr;
     static char name[] = "qvassistant";
     static char option[] = "-platform";
     static char platform[] = "xcb";  // the display just opened, whatever else is announced
     static char* argv[] = {name, option, platform, nullptr};
     static int argc = 3;
     return OpenWith(loop, argc, argv);
+#endif
 }
 
 std::unique_ptr<QtView> QtView::Open(RunLoop& loop) {
