@@ -172,10 +172,12 @@ void HTTPSocket::_ReleasePage() {
 }
 
 void HTTPSocket::_KeepAsSpareRoom(std::string storage) {
-    // As much room as everyday pages need stays for the next one; a large
+    // The room of a page of everyday size stays for the next one; a large
     // page's goes back, so that an idle process is back near its idle size.
+    // Judged by the bytes the page held: the room grows in steps well ahead of
+    // them, and pages of it never written cost address space, not memory.
     constexpr std::size_t kMostSpareRoom = std::size_t{64} << 20;
-    if (storage.capacity() > _spareRoom.capacity() && storage.capacity() <= kMostSpareRoom) {
+    if (storage.size() <= kMostSpareRoom && storage.capacity() > _spareRoom.capacity()) {
         _spareRoom = std::move(storage);
     }
 }
