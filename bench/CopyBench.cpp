@@ -1,6 +1,6 @@
-// The copy engine against cp, and the CPU that the copy's pauses cost. Not a
-// Google Benchmark: the two copies must alternate within one run, and the
-// figures are medians of whole 1 GiB copies. See bench/README.md.
+// The copy engine against cp, and the CPU that the copy's pauses cost. A
+// program of its own: whole 1 GiB copies, each followed by seconds of settling,
+// taking turns with cp's pair by pair (PairedRuns.h). See bench/README.md.
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/statvfs.h>
@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "CopyFiles.h"
+#include "PairedRuns.h"
 #include "foundation/IPCSocket.h"
 #include "protocol/CommandText.h"
 #include "protocol/Frame.h"
@@ -37,11 +38,13 @@ namespace fs = std::filesystem;
 using SteadyClock = std::chrono::steady_clock;
 
 constexpr std::uint64_t kFileSize = std::uint64_t{1} << 30;
-constexpr int kRounds = 11;
+constexpr int kPairs = 15;
 // Not counted: on this kind of virtual disk the first copies into fresh blocks
 // can take several times as long, whichever program makes them.
-constexpr int kWarmUpRounds = 2;
+constexpr int kWarmUpPairs = 2;
 constexpr int kPauses = 100;
+// The pause after each progress report, which the copy figure leaves out.
+constexpr double kPauseSeconds = 0.05;
 // After each copy its file goes, what that leaves to the kernel (write-back of
 // the copy, the freeing of its blocks) is done, the page cache is emptied and
 // the source read into it again, and the machine is given time to finish with
@@ -152,24 +155,24 @@ std::size_t ProgressReports(const std::vector<std::string>& replies, const std::
 }
 
 struct CopyFigures {
+    Pairs pairs;  // the assistant less its pauses; cp less its process start
+    std::vector<double> assistantSeconds;
+    std::vector<std::size_t> reports;
     std::vector<double> cpSeconds;
     // cp of an empty file, made just before each timed one: what starting the
     // process costs, which the assistant, already running, never pays.
     std::vector<double> cpStartSeconds;
-    std::vector<double> assistantSeconds;
-    std::vector<std::size_t> reports;
     bool cacheDropped = true;
 };
 
-// cp and the assistant take turns, and which goes first alternates. Each copy
-// is followed by the same settling (see kSettleTime), so whatever the kernel
-// still owes for one copy is paid before the next, by neither. Eleven rounds,
-// their median, and the spread printed with it. The last round's copies are
-// compared with the source first.
+// The copies in pairs (PairedRuns.h); two pairs before them are not kept. Each
+// copy is compared with the source and followed by the same settling (see
+// kSettleTime), so whatever the kernel still owes for one copy is paid before
+// the next, by neither.
 CopyFigures CompareWithCp(Assistant& assistant, const std::string& folder, const std::string& source) {
     CopyFigures figures;
-    const auto settle = [&](const std::string& copy, bool check) {
-        if (check && !SameBytes(source, copy)) throw std::runtime_error(copy + " differs from the source");
+    const auto settle = [&](const std::string& copy) {
+        if (!SameBytes(source, copy)) throw std::runtime_error(copy + " differs from the source");
         sync();
         fs::remove(copy);
         figures.cacheDropped = DropPageCache() && figures.cacheDropped;
@@ -178,38 +181,39 @@ CopyFigures CompareWithCp(Assistant& assistant, const std::string& folder, const
     };
     const std::string empty = folder + "/empty.bin";
     std::ofstream{empty};
-    const auto runCp = [&](bool check) {
+    const auto runCp = [&] {
         const std::string copy = folder + "/by-cp.bin";
         figures.cpStartSeconds.push_back(TimeCp(empty, copy));
         fs::remove(copy);
         figures.cpSeconds.push_back(TimeCp(source, copy));
-        settle(copy, check);
+        std::fprintf(stderr, "cp %.3f s\n", figures.cpSeconds.back());
+        settle(copy);
+        return figures.cpSeconds.back();
     };
-    const auto runAssistant = [&](bool check) {
+    const auto runAssistant = [&] {
         const std::string name = "by-assistant.bin";
         assistant.Queue({CopyCommandText(source, kFileSize, folder, name)});
         const auto start = SteadyClock::now();
         assistant.Dispatch();
         figures.assistantSeconds.push_back(SecondsSince(start));
         figures.reports.push_back(ProgressReports(assistant.Replies(1), "Complete"));
-        settle(folder + "/" + name, check);
+        std::fprintf(stderr, "assistant %.3f s with %zu progress reports\n", figures.assistantSeconds.back(),
+                     figures.reports.back());
+        settle(folder + "/" + name);
+        return figures.assistantSeconds.back() - kPauseSeconds * static_cast<double>(figures.reports.back());
     };
     figures.cacheDropped = DropPageCache();
     ReadThrough(source);  // the source comes from the page cache for both
-    for (int round = -kWarmUpRounds; round < kRounds; ++round) {
-        const bool last = round == kRounds - 1;
-        if (round % 2 == 0) {
-            runCp(last);
-            runAssistant(last);
-        } else {
-            runAssistant(last);
-            runCp(last);
-        }
-        std::fprintf(stderr, "%s %d: cp %.3f s, assistant %.3f s with %zu progress reports\n",
-                     round < 0 ? "warm-up" : "round", round < 0 ? round + kWarmUpRounds + 1 : round + 1,
-                     figures.cpSeconds.back(), figures.assistantSeconds.back(), figures.reports.back());
-        if (round < 0) figures = CopyFigures{{}, {}, {}, {}, figures.cacheDropped};
-    }
+    const Pairs pairs = RunPairs(kPairs, runAssistant, runCp, kWarmUpPairs);
+    // Only the kept pairs count; the warm-ups' figures came first.
+    const auto kept = [](auto& values) { values.erase(values.begin(), values.end() - kPairs); };
+    kept(figures.assistantSeconds);
+    kept(figures.reports);
+    kept(figures.cpSeconds);
+    kept(figures.cpStartSeconds);
+    const double cpStart = Median(figures.cpStartSeconds);
+    figures.pairs.ours = pairs.ours;
+    for (const double seconds : pairs.peer) figures.pairs.peer.push_back(seconds - cpStart);
     return figures;
 }
 
@@ -242,12 +246,6 @@ PauseFigures MeasurePauses(Assistant& assistant, const std::string& folder) {
     return figures;
 }
 
-std::string JsonList(const auto& values) {
-    std::string out = "[";
-    for (const auto& value : values) out += (out.size() > 1 ? ", " : "") + std::to_string(value);
-    return out + "]";
-}
-
 int Run(const std::string& parent, const std::string& jsonPath) {
     std::string pattern = parent + "/qvcopybench.XXXXXX";
     if (!mkdtemp(pattern.data())) throw std::runtime_error("cannot make a folder under " + parent);
@@ -268,14 +266,16 @@ int Run(const std::string& parent, const std::string& jsonPath) {
         fs::remove(source);
         const PauseFigures pauses = MeasurePauses(assistant, folder);
 
+        std::vector<double> reports(copy.reports.begin(), copy.reports.end());
         std::ofstream json(jsonPath);
-        json << "{\n  \"copy\": {\"bytes\": " << kFileSize << ", \"cp_seconds\": " << JsonList(copy.cpSeconds)
-             << ", \"cp_start_seconds\": " << JsonList(copy.cpStartSeconds)
-             << ", \"assistant_seconds\": " << JsonList(copy.assistantSeconds)
-             << ", \"progress_reports\": " << JsonList(copy.reports) << ", \"pause_seconds\": 0.05"
-             << ", \"page_cache_dropped\": " << (copy.cacheDropped ? "true" : "false") << "},\n"
-             << "  \"pauses\": {\"count\": " << pauses.pauses << ", \"wall_seconds\": " << pauses.wallSeconds
-             << ", \"cpu_seconds\": " << pauses.cpuSeconds << "}\n}\n";
+        json << FigureJson("Copy", "wall", copy.pairs,
+                           {"\"assistant_seconds\": " + JsonList(copy.assistantSeconds),
+                            "\"progress_reports\": " + JsonList(reports),
+                            "\"cp_seconds\": " + JsonList(copy.cpSeconds),
+                            "\"cp_start_seconds\": " + JsonList(copy.cpStartSeconds),
+                            std::string("\"page_cache_dropped\": ") + (copy.cacheDropped ? "true" : "false")})
+             << "\n{\"figure\": \"CopyPauses\", \"count\": " << pauses.pauses
+             << ", \"wall_seconds\": " << pauses.wallSeconds << ", \"cpu_seconds\": " << pauses.cpuSeconds << "}\n";
         if (!json) throw std::runtime_error("cannot write " + jsonPath);
     } catch (...) {
         cleanUp();
