@@ -58,14 +58,27 @@ double SecondsSince(SteadyClock::time_point start) {
     return std::chrono::duration<double>(SteadyClock::now() - start).count();
 }
 
-double CpuSeconds() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
+double CpuSecondsOf(const rusage& usage) {
     const auto seconds = [](const timeval& t) { return static_cast<double>(t.tv_sec) + t.tv_usec / 1e6; };
     return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
-double TimeCp(const std::string& from, const std::string& to) {
+// Of the process, or of this thread alone (RUSAGE_THREAD).
+double CpuSeconds(int who = RUSAGE_SELF) {
+    rusage usage{};
+    getrusage(who, &usage);
+    return CpuSecondsOf(usage);
+}
+
+// One copy's wall-clock and CPU time. The copy's work is the kernel's, done in
+// the calling process, so its CPU time is what the copy cost, whatever else
+// the machine did meanwhile.
+struct CopyTime {
+    double wall = 0;
+    double cpu = 0;
+};
+
+CopyTime TimeCp(const std::string& from, const std::string& to) {
     std::vector<std::string> args = {"cp", from, to};
     std::vector<char*> argv;
     for (std::string& arg : args) argv.push_back(arg.data());
@@ -75,10 +88,11 @@ double TimeCp(const std::string& from, const std::string& to) {
     if (posix_spawnp(&pid, "cp", nullptr, nullptr, argv.data(), environ) != 0)
         throw std::runtime_error("no cp");
     int status = 0;
-    waitpid(pid, &status, 0);
-    const double seconds = SecondsSince(start);
+    rusage usage{};
+    wait4(pid, &status, 0, &usage);
+    const CopyTime time{SecondsSince(start), CpuSecondsOf(usage)};
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) throw std::runtime_error("cp failed");
-    return seconds;
+    return time;
 }
 
 // A whole assistant window on a channel path of its own, with the system's
@@ -155,20 +169,21 @@ std::size_t ProgressReports(const std::vector<std::string>& replies, const std::
 }
 
 struct CopyFigures {
-    Pairs pairs;  // the assistant less its pauses; cp less its process start
-    std::vector<double> assistantSeconds;
-    std::vector<std::size_t> reports;
-    std::vector<double> cpSeconds;
-    // cp of an empty file, made just before each timed one: what starting the
-    // process costs, which the assistant, already running, never pays.
-    std::vector<double> cpStartSeconds;
+    // Wall-clock: the assistant's less its pauses, cp's less its process start.
+    Pairs pairs;
+    // CPU time of the same copies: the assistant's thread, cp's process less
+    // its start's.
+    Pairs cpuPairs;
+    std::vector<double> progressReports;
     bool cacheDropped = true;
 };
 
 // The copies in pairs (PairedRuns.h); two pairs before them are not kept. Each
 // copy is compared with the source and followed by the same settling (see
 // kSettleTime), so whatever the kernel still owes for one copy is paid before
-// the next, by neither.
+// the next, by neither. cp's process start, which the assistant, already
+// running, never pays, is measured with each: a cp of an empty file just
+// before.
 CopyFigures CompareWithCp(Assistant& assistant, const std::string& folder, const std::string& source) {
     CopyFigures figures;
     const auto settle = [&](const std::string& copy) {
@@ -183,37 +198,34 @@ CopyFigures CompareWithCp(Assistant& assistant, const std::string& folder, const
     std::ofstream{empty};
     const auto runCp = [&] {
         const std::string copy = folder + "/by-cp.bin";
-        figures.cpStartSeconds.push_back(TimeCp(empty, copy));
+        const CopyTime start = TimeCp(empty, copy);
         fs::remove(copy);
-        figures.cpSeconds.push_back(TimeCp(source, copy));
-        std::fprintf(stderr, "cp %.3f s\n", figures.cpSeconds.back());
+        const CopyTime time = TimeCp(source, copy);
+        std::fprintf(stderr, "cp %.3f s, its start %.3f s\n", time.wall, start.wall);
         settle(copy);
-        return figures.cpSeconds.back();
+        figures.cpuPairs.peer.push_back(time.cpu - start.cpu);
+        return time.wall - start.wall;
     };
     const auto runAssistant = [&] {
         const std::string name = "by-assistant.bin";
         assistant.Queue({CopyCommandText(source, kFileSize, folder, name)});
+        const double cpuStart = CpuSeconds(RUSAGE_THREAD);
         const auto start = SteadyClock::now();
         assistant.Dispatch();
-        figures.assistantSeconds.push_back(SecondsSince(start));
-        figures.reports.push_back(ProgressReports(assistant.Replies(1), "Complete"));
-        std::fprintf(stderr, "assistant %.3f s with %zu progress reports\n", figures.assistantSeconds.back(),
-                     figures.reports.back());
+        const double wall = SecondsSince(start);
+        figures.cpuPairs.ours.push_back(CpuSeconds(RUSAGE_THREAD) - cpuStart);
+        const auto reports = static_cast<double>(ProgressReports(assistant.Replies(1), "Complete"));
+        figures.progressReports.push_back(reports);
+        std::fprintf(stderr, "assistant %.3f s with %.0f progress reports\n", wall, reports);
         settle(folder + "/" + name);
-        return figures.assistantSeconds.back() - kPauseSeconds * static_cast<double>(figures.reports.back());
+        return wall - kPauseSeconds * reports;
     };
     figures.cacheDropped = DropPageCache();
     ReadThrough(source);  // the source comes from the page cache for both
-    const Pairs pairs = RunPairs(kPairs, runAssistant, runCp, kWarmUpPairs);
-    // Only the kept pairs count; the warm-ups' figures came first.
-    const auto kept = [](auto& values) { values.erase(values.begin(), values.end() - kPairs); };
-    kept(figures.assistantSeconds);
-    kept(figures.reports);
-    kept(figures.cpSeconds);
-    kept(figures.cpStartSeconds);
-    const double cpStart = Median(figures.cpStartSeconds);
-    figures.pairs.ours = pairs.ours;
-    for (const double seconds : pairs.peer) figures.pairs.peer.push_back(seconds - cpStart);
+    figures.pairs = RunPairs(kPairs, runAssistant, runCp, kWarmUpPairs);
+    // The warm-ups' copies came first.
+    for (std::vector<double>* kept : {&figures.cpuPairs.ours, &figures.cpuPairs.peer, &figures.progressReports})
+        kept->erase(kept->begin(), kept->end() - kPairs);
     return figures;
 }
 
@@ -266,13 +278,11 @@ int Run(const std::string& parent, const std::string& jsonPath) {
         fs::remove(source);
         const PauseFigures pauses = MeasurePauses(assistant, folder);
 
-        std::vector<double> reports(copy.reports.begin(), copy.reports.end());
         std::ofstream json(jsonPath);
         json << FigureJson("Copy", "wall", copy.pairs,
-                           {"\"assistant_seconds\": " + JsonList(copy.assistantSeconds),
-                            "\"progress_reports\": " + JsonList(reports),
-                            "\"cp_seconds\": " + JsonList(copy.cpSeconds),
-                            "\"cp_start_seconds\": " + JsonList(copy.cpStartSeconds),
+                           {"\"ours_cpu\": " + JsonList(copy.cpuPairs.ours),
+                            "\"peer_cpu\": " + JsonList(copy.cpuPairs.peer),
+                            "\"progress_reports\": " + JsonList(copy.progressReports),
                             std::string("\"page_cache_dropped\": ") + (copy.cacheDropped ? "true" : "false")})
              << "\n{\"figure\": \"CopyPauses\", \"count\": " << pauses.pauses
              << ", \"wall_seconds\": " << pauses.wallSeconds << ", \"cpu_seconds\": " << pauses.cpuSeconds << "}\n";
