@@ -38,7 +38,7 @@ namespace fs = std::filesystem;
 using SteadyClock = std::chrono::steady_clock;
 
 constexpr std::uint64_t kFileSize = std::uint64_t{1} << 30;
-constexpr int kPairs = 15;
+constexpr int kPairs = 21;
 // Not counted: on this kind of virtual disk the first copies into fresh blocks
 // can take several times as long, whichever program makes them.
 constexpr int kWarmUpPairs = 2;

@@ -29,7 +29,7 @@ namespace qv::bench {
 namespace {
 
 constexpr std::size_t kBodyBytes = std::size_t{64} << 20;
-constexpr int kPairs = 21;
+constexpr int kPairs = 31;
 // Far beyond either fetch; reached only when something is broken.
 constexpr auto kPatience = std::chrono::seconds(30);
 
