@@ -17,7 +17,6 @@
 #include <malloc.h>
 
 #include <cstddef>
-#include <cstdint>
 #include <limits>
 #include <optional>
 #include <stdexcept>
