@@ -66,16 +66,15 @@ bool ChannelRig::DeliverPage(const HTTPSocket::Headers& headers, const String& c
     window_->fetcher.sendPageToQuorvane(headers, content, 200);
     const auto& channel = window_->channel.QVIPCSocket;
     const Clock::time_point start = Clock::now();
-    while (framesReceived_.load(std::memory_order_acquire) == before) {
+    // Sending is the loop's work; the peer's last reads are its own.
+    while (channel.BytesLeftToSend() > 0) {
         if (Clock::now() - start > kPatience) return false;
-        // Sending is the loop's work; the peer's last reads are its own.
-        if (channel.BytesLeftToSend() > 0) {
-            loop_.RunOnce(std::chrono::milliseconds(1));
-        } else {
-            std::this_thread::yield();
-        }
+        loop_.RunOnce(std::chrono::milliseconds(1));
     }
-    return true;
+    std::unique_lock lock(framesMutex_);
+    return frameArrived_.wait_until(lock, start + kPatience, [&] {
+        return framesReceived_.load(std::memory_order_relaxed) != before;
+    });
 }
 
 bool ChannelRig::Fetch(const std::string& url) {
@@ -99,7 +98,7 @@ bool ChannelRig::RunCommand(const char* word, const std::string& text) {
 }
 
 std::string ChannelRig::LastFrame() {
-    const std::lock_guard lock(lastFrameMutex_);
+    const std::lock_guard lock(framesMutex_);
     return lastFrame_;
 }
 
@@ -132,12 +131,15 @@ void ChannelRig::Drain() {
             if (keep_ == KeepFrames::Yes) frame.append(rest.substr(0, take));
             rest.remove_prefix(take);
             if (ends) {
-                if (keep_ == KeepFrames::Yes) {
-                    const std::lock_guard lock(lastFrameMutex_);
-                    lastFrame_ = std::move(frame);
-                    frame.clear();
+                {
+                    const std::lock_guard lock(framesMutex_);
+                    if (keep_ == KeepFrames::Yes) {
+                        lastFrame_ = std::move(frame);
+                        frame.clear();
+                    }
+                    framesReceived_.fetch_add(1, std::memory_order_release);
                 }
-                framesReceived_.fetch_add(1, std::memory_order_release);
+                frameArrived_.notify_all();
             }
         }
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
 #include <cstddef>
 #include <memory>
 #include <mutex>
@@ -58,8 +59,11 @@ private:
     bool ready_ = false;
     const KeepFrames keep_;
     std::thread reader_;
+    // The reader counts whole frames (and keeps the last) under the mutex and
+    // wakes a DeliverPage that waits for it.
+    std::mutex framesMutex_;
+    std::condition_variable frameArrived_;
     std::atomic<std::size_t> framesReceived_{0};
-    std::mutex lastFrameMutex_;
     std::string lastFrame_;
 };
 

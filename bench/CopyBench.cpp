@@ -1,6 +1,6 @@
-// The copy engine against cp, and the CPU that the copy's pauses cost. Not a
-// Google Benchmark: the two copies must alternate within one run, and the
-// figures are medians of whole 1 GiB copies. See bench/README.md.
+// The copy engine against cp, and the CPU that the copy's pauses cost. A
+// program of its own: whole 1 GiB copies, each followed by seconds of settling,
+// taking turns with cp's pair by pair (PairedRuns.h). See bench/README.md.
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/statvfs.h>
@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "CopyFiles.h"
+#include "PairedRuns.h"
 #include "foundation/IPCSocket.h"
 #include "protocol/CommandText.h"
 #include "protocol/Frame.h"
@@ -37,11 +38,13 @@ namespace fs = std::filesystem;
 using SteadyClock = std::chrono::steady_clock;
 
 constexpr std::uint64_t kFileSize = std::uint64_t{1} << 30;
-constexpr int kRounds = 11;
+constexpr int kPairs = 21;
 // Not counted: on this kind of virtual disk the first copies into fresh blocks
 // can take several times as long, whichever program makes them.
-constexpr int kWarmUpRounds = 2;
+constexpr int kWarmUpPairs = 2;
 constexpr int kPauses = 100;
+// The pause after each progress report, which the copy figure leaves out.
+constexpr double kPauseSeconds = 0.05;
 // After each copy its file goes, what that leaves to the kernel (write-back of
 // the copy, the freeing of its blocks) is done, the page cache is emptied and
 // the source read into it again, and the machine is given time to finish with
@@ -55,14 +58,27 @@ double SecondsSince(SteadyClock::time_point start) {
     return std::chrono::duration<double>(SteadyClock::now() - start).count();
 }
 
-double CpuSeconds() {
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
+double CpuSecondsOf(const rusage& usage) {
     const auto seconds = [](const timeval& t) { return static_cast<double>(t.tv_sec) + t.tv_usec / 1e6; };
     return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
-double TimeCp(const std::string& from, const std::string& to) {
+// Of the process, or of this thread alone (RUSAGE_THREAD).
+double CpuSeconds(int who = RUSAGE_SELF) {
+    rusage usage{};
+    getrusage(who, &usage);
+    return CpuSecondsOf(usage);
+}
+
+// One copy's wall-clock and CPU time. The copy's work is the kernel's, done in
+// the calling process, so its CPU time is what the copy cost, whatever else
+// the machine did meanwhile.
+struct CopyTime {
+    double wall = 0;
+    double cpu = 0;
+};
+
+CopyTime TimeCp(const std::string& from, const std::string& to) {
     std::vector<std::string> args = {"cp", from, to};
     std::vector<char*> argv;
     for (std::string& arg : args) argv.push_back(arg.data());
@@ -72,10 +88,11 @@ double TimeCp(const std::string& from, const std::string& to) {
     if (posix_spawnp(&pid, "cp", nullptr, nullptr, argv.data(), environ) != 0)
         throw std::runtime_error("no cp");
     int status = 0;
-    waitpid(pid, &status, 0);
-    const double seconds = SecondsSince(start);
+    rusage usage{};
+    wait4(pid, &status, 0, &usage);
+    const CopyTime time{SecondsSince(start), CpuSecondsOf(usage)};
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) throw std::runtime_error("cp failed");
-    return seconds;
+    return time;
 }
 
 // A whole assistant window on a channel path of its own, with the system's
@@ -152,24 +169,25 @@ std::size_t ProgressReports(const std::vector<std::string>& replies, const std::
 }
 
 struct CopyFigures {
-    std::vector<double> cpSeconds;
-    // cp of an empty file, made just before each timed one: what starting the
-    // process costs, which the assistant, already running, never pays.
-    std::vector<double> cpStartSeconds;
-    std::vector<double> assistantSeconds;
-    std::vector<std::size_t> reports;
+    // Wall-clock: the assistant's less its pauses, cp's less its process start.
+    Pairs pairs;
+    // CPU time of the same copies: the assistant's thread, cp's process less
+    // its start's.
+    Pairs cpuPairs;
+    std::vector<double> progressReports;
     bool cacheDropped = true;
 };
 
-// cp and the assistant take turns, and which goes first alternates. Each copy
-// is followed by the same settling (see kSettleTime), so whatever the kernel
-// still owes for one copy is paid before the next, by neither. Eleven rounds,
-// their median, and the spread printed with it. The last round's copies are
-// compared with the source first.
+// The copies in pairs (PairedRuns.h); two pairs before them are not kept. Each
+// copy is compared with the source and followed by the same settling (see
+// kSettleTime), so whatever the kernel still owes for one copy is paid before
+// the next, by neither. cp's process start, which the assistant, already
+// running, never pays, is measured with each: a cp of an empty file just
+// before.
 CopyFigures CompareWithCp(Assistant& assistant, const std::string& folder, const std::string& source) {
     CopyFigures figures;
-    const auto settle = [&](const std::string& copy, bool check) {
-        if (check && !SameBytes(source, copy)) throw std::runtime_error(copy + " differs from the source");
+    const auto settle = [&](const std::string& copy) {
+        if (!SameBytes(source, copy)) throw std::runtime_error(copy + " differs from the source");
         sync();
         fs::remove(copy);
         figures.cacheDropped = DropPageCache() && figures.cacheDropped;
@@ -178,38 +196,36 @@ CopyFigures CompareWithCp(Assistant& assistant, const std::string& folder, const
     };
     const std::string empty = folder + "/empty.bin";
     std::ofstream{empty};
-    const auto runCp = [&](bool check) {
+    const auto runCp = [&] {
         const std::string copy = folder + "/by-cp.bin";
-        figures.cpStartSeconds.push_back(TimeCp(empty, copy));
+        const CopyTime start = TimeCp(empty, copy);
         fs::remove(copy);
-        figures.cpSeconds.push_back(TimeCp(source, copy));
-        settle(copy, check);
+        const CopyTime time = TimeCp(source, copy);
+        std::fprintf(stderr, "cp %.3f s, its start %.3f s\n", time.wall, start.wall);
+        settle(copy);
+        figures.cpuPairs.peer.push_back(time.cpu - start.cpu);
+        return time.wall - start.wall;
     };
-    const auto runAssistant = [&](bool check) {
+    const auto runAssistant = [&] {
         const std::string name = "by-assistant.bin";
         assistant.Queue({CopyCommandText(source, kFileSize, folder, name)});
+        const double cpuStart = CpuSeconds(RUSAGE_THREAD);
         const auto start = SteadyClock::now();
         assistant.Dispatch();
-        figures.assistantSeconds.push_back(SecondsSince(start));
-        figures.reports.push_back(ProgressReports(assistant.Replies(1), "Complete"));
-        settle(folder + "/" + name, check);
+        const double wall = SecondsSince(start);
+        figures.cpuPairs.ours.push_back(CpuSeconds(RUSAGE_THREAD) - cpuStart);
+        const auto reports = static_cast<double>(ProgressReports(assistant.Replies(1), "Complete"));
+        figures.progressReports.push_back(reports);
+        std::fprintf(stderr, "assistant %.3f s with %.0f progress reports\n", wall, reports);
+        settle(folder + "/" + name);
+        return wall - kPauseSeconds * reports;
     };
     figures.cacheDropped = DropPageCache();
     ReadThrough(source);  // the source comes from the page cache for both
-    for (int round = -kWarmUpRounds; round < kRounds; ++round) {
-        const bool last = round == kRounds - 1;
-        if (round % 2 == 0) {
-            runCp(last);
-            runAssistant(last);
-        } else {
-            runAssistant(last);
-            runCp(last);
-        }
-        std::fprintf(stderr, "%s %d: cp %.3f s, assistant %.3f s with %zu progress reports\n",
-                     round < 0 ? "warm-up" : "round", round < 0 ? round + kWarmUpRounds + 1 : round + 1,
-                     figures.cpSeconds.back(), figures.assistantSeconds.back(), figures.reports.back());
-        if (round < 0) figures = CopyFigures{{}, {}, {}, {}, figures.cacheDropped};
-    }
+    figures.pairs = RunPairs(kPairs, runAssistant, runCp, kWarmUpPairs);
+    // The warm-ups' copies came first.
+    for (std::vector<double>* kept : {&figures.cpuPairs.ours, &figures.cpuPairs.peer, &figures.progressReports})
+        kept->erase(kept->begin(), kept->end() - kPairs);
     return figures;
 }
 
@@ -242,12 +258,6 @@ PauseFigures MeasurePauses(Assistant& assistant, const std::string& folder) {
     return figures;
 }
 
-std::string JsonList(const auto& values) {
-    std::string out = "[";
-    for (const auto& value : values) out += (out.size() > 1 ? ", " : "") + std::to_string(value);
-    return out + "]";
-}
-
 int Run(const std::string& parent, const std::string& jsonPath) {
     std::string pattern = parent + "/qvcopybench.XXXXXX";
     if (!mkdtemp(pattern.data())) throw std::runtime_error("cannot make a folder under " + parent);
@@ -269,13 +279,13 @@ int Run(const std::string& parent, const std::string& jsonPath) {
         const PauseFigures pauses = MeasurePauses(assistant, folder);
 
         std::ofstream json(jsonPath);
-        json << "{\n  \"copy\": {\"bytes\": " << kFileSize << ", \"cp_seconds\": " << JsonList(copy.cpSeconds)
-             << ", \"cp_start_seconds\": " << JsonList(copy.cpStartSeconds)
-             << ", \"assistant_seconds\": " << JsonList(copy.assistantSeconds)
-             << ", \"progress_reports\": " << JsonList(copy.reports) << ", \"pause_seconds\": 0.05"
-             << ", \"page_cache_dropped\": " << (copy.cacheDropped ? "true" : "false") << "},\n"
-             << "  \"pauses\": {\"count\": " << pauses.pauses << ", \"wall_seconds\": " << pauses.wallSeconds
-             << ", \"cpu_seconds\": " << pauses.cpuSeconds << "}\n}\n";
+        json << FigureJson("Copy", "wall", copy.pairs,
+                           {"\"ours_cpu\": " + JsonList(copy.cpuPairs.ours),
+                            "\"peer_cpu\": " + JsonList(copy.cpuPairs.peer),
+                            "\"progress_reports\": " + JsonList(copy.progressReports),
+                            std::string("\"page_cache_dropped\": ") + (copy.cacheDropped ? "true" : "false")})
+             << "\n{\"figure\": \"CopyPauses\", \"count\": " << pauses.pauses
+             << ", \"wall_seconds\": " << pauses.wallSeconds << ", \"cpu_seconds\": " << pauses.cpuSeconds << "}\n";
         if (!json) throw std::runtime_error("cannot write " + jsonPath);
     } catch (...) {
         cleanUp();

@@ -2,85 +2,72 @@
 // fetch's end calls it once the server has closed, until the last byte of the
 // frame has reached the peer; against zlib's compress and Base64 of the same
 // report text alone, into buffers made beforehand: the work that a delivery
-// cannot avoid. Wall-clock times, since the peer reads on a thread of its own.
+// cannot avoid. Wall-clock times, pair by pair (PairedRuns.h), since the peer
+// reads on a thread of its own.
 
-#include <benchmark/benchmark.h>
 #include <zlib.h>
 
 #include <cstddef>
-#include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "ChannelRig.h"
+#include "Figures.h"
 #include "Inputs.h"
+#include "PairedRuns.h"
 #include "foundation/Base64.h"
 #include "protocol/Frame.h"
+
+namespace qv::bench {
 
 namespace {
 
 constexpr std::size_t kPageBytes = std::size_t{8} << 20;
-
-const qv::String& Page() {
-    static const qv::String page(qv::bench::HtmlText(kPageBytes));
-    return page;
-}
+constexpr int kPairs = 21;
 
 // The report text as it was delivered, decoded from the wire once.
-const std::string& ReportText() {
-    static const std::string text = [] {
-        qv::bench::ChannelRig rig(qv::bench::ChannelRig::KeepFrames::Yes);
-        if (!rig.Ready() || !rig.DeliverPage(qv::bench::TypicalHeaders(kPageBytes), Page()))
-            return std::string();
-        const std::string frame = rig.LastFrame();
-        const std::string_view payload = std::string_view(frame).substr(
-            qv::kFrameStart.size(), frame.size() - qv::kFrameStart.size() - qv::kFrameEnd.size());
-        return std::string(qv::DecodePayload(payload).Bytes());
-    }();
-    return text;
-}
-
-void BM_DeliverPage(benchmark::State& state) {
-    qv::bench::ChannelRig rig;
-    if (!rig.Ready()) {
-        state.SkipWithError("the channel did not come up");
-        return;
-    }
-    const qv::HTTPSocket::Headers headers = qv::bench::TypicalHeaders(kPageBytes);
-    for (auto _ : state) {
-        if (!rig.DeliverPage(headers, Page())) {
-            state.SkipWithError("the peer did not receive the frame");
-            break;
-        }
-    }
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * kPageBytes));
-}
-
-void BM_CompressAndEncodeReport(benchmark::State& state) {
-    const std::string& text = ReportText();
-    if (text.size() < kPageBytes) {
-        state.SkipWithError("no report text to measure");
-        return;
-    }
-    std::string compressed(compressBound(static_cast<uLong>(text.size())), '\0');
-    std::string encoded;
-    encoded.reserve((compressed.size() + 2) / 3 * 4);
-    for (auto _ : state) {
-        uLongf size = compressed.size();
-        if (compress(reinterpret_cast<Bytef*>(compressed.data()), &size,
-                     reinterpret_cast<const Bytef*>(text.data()), static_cast<uLong>(text.size())) != Z_OK) {
-            state.SkipWithError("compress failed");
-            break;
-        }
-        encoded.clear();
-        qv::AppendBase64(encoded, std::string_view(compressed.data(), size));
-        benchmark::DoNotOptimize(encoded.data());
-        benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * kPageBytes));
+std::string ReportText(const HTTPSocket::Headers& headers, const String& page) {
+    ChannelRig rig(ChannelRig::KeepFrames::Yes);
+    if (!rig.Ready() || !rig.DeliverPage(headers, page)) throw std::runtime_error("the peer got no report");
+    const std::string frame = rig.LastFrame();
+    const std::string_view payload =
+        std::string_view(frame).substr(kFrameStart.size(), frame.size() - kFrameStart.size() - kFrameEnd.size());
+    return std::string(DecodePayload(payload).Bytes());
 }
 
 }  // namespace
 
-BENCHMARK(BM_DeliverPage)->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_CompressAndEncodeReport)->UseRealTime()->Unit(benchmark::kMillisecond);
+std::string MeasureDeliverPage() {
+    const String page(HtmlText(kPageBytes));
+    const HTTPSocket::Headers headers = TypicalHeaders(kPageBytes);
+    const std::string text = ReportText(headers, page);
+    if (text.size() < kPageBytes) throw std::runtime_error("the report lacks the page");
+
+    ChannelRig rig;
+    if (!rig.Ready()) throw std::runtime_error("the channel did not come up");
+    std::string compressed(compressBound(static_cast<uLong>(text.size())), '\0');
+    std::string encoded;
+    encoded.reserve((compressed.size() + 2) / 3 * 4);
+    const Pairs pairs = RunPairs(
+        kPairs,
+        [&] {
+            return WallSeconds([&] {
+                if (!rig.DeliverPage(headers, page)) throw std::runtime_error("the peer did not receive the frame");
+            });
+        },
+        [&] {
+            return WallSeconds([&] {
+                uLongf size = compressed.size();
+                if (compress(reinterpret_cast<Bytef*>(compressed.data()), &size,
+                             reinterpret_cast<const Bytef*>(text.data()), static_cast<uLong>(text.size())) != Z_OK) {
+                    throw std::runtime_error("compress failed");
+                }
+                encoded.clear();
+                AppendBase64(encoded, std::string_view(compressed.data(), size));
+            });
+        });
+    return FigureJson("DeliverPage", "wall", pairs);
+}
+
+}  // namespace qv::bench

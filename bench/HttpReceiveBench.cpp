@@ -1,34 +1,35 @@
 // Receiving a 64 MiB body from nginx on loopback: HTTPSocket, asynchronous on
 // the run loop with the system clock, from Get to PageReceived, against curl
-// fetching the same URL into /dev/null. The two take turns within each
-// iteration, each going first every other time, so that both see the machine
-// in the same state. Times are wall-clock, as a user waits for them; the
-// figures are the medians of the iterations, so that one fetch disturbed by
-// the machine does not move them.
+// fetching the same URL into /dev/null. Wall-clock times, as a user waits for
+// them, pair by pair (PairedRuns.h).
 
-#include <benchmark/benchmark.h>
 #include <spawn.h>
 #include <sys/wait.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "Figures.h"
 #include "Inputs.h"
 #include "NginxServer.h"
+#include "PairedRuns.h"
 #include "foundation/Clock.h"
 #include "foundation/RunLoop.h"
 #include "http/HTTPSocket.h"
 
 extern char** environ;
 
+namespace qv::bench {
+
 namespace {
 
 constexpr std::size_t kBodyBytes = std::size_t{64} << 20;
+constexpr int kPairs = 31;
 // Far beyond either fetch; reached only when something is broken.
 constexpr auto kPatience = std::chrono::seconds(30);
 
@@ -36,13 +37,6 @@ using Clock = std::chrono::steady_clock;
 
 double SecondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
-}
-
-double Median(std::vector<double> values) {
-    if (values.empty()) return 0;
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
 }
 
 // curl as a person runs it: process start, an HTTP/1.0 request, the body
@@ -93,44 +87,26 @@ private:
     bool pageOk_ = false;
 };
 
-void BM_HttpReceive(benchmark::State& state) {
-    std::optional<qv::test::NginxServer> server;
-    try {
-        server.emplace();
-    } catch (const std::exception& e) {
-        state.SkipWithError(e.what());
-        return;
-    }
-    server->WriteFile("body", qv::bench::NoiseBytes(kBodyBytes));
-    const std::string url = server->Url("/body");
-    Receiver receiver;
-    std::vector<double> socketSeconds;
-    std::vector<double> curlSeconds;
-    bool curlFirst = false;
-    for (auto _ : state) {
-        curlFirst = !curlFirst;
-        std::optional<double> curl;
-        std::optional<double> socket;
-        if (curlFirst) {
-            curl = TimeCurl(url);
-            socket = receiver.TimeFetch(url);
-        } else {
-            socket = receiver.TimeFetch(url);
-            curl = TimeCurl(url);
-        }
-        if (!socket || !curl) {
-            state.SkipWithError(!socket ? "HTTPSocket did not receive the whole page" : "curl failed");
-            break;
-        }
-        socketSeconds.push_back(*socket);
-        curlSeconds.push_back(*curl);
-        state.SetIterationTime(*socket);
-    }
-    state.counters["socket_ms"] = Median(socketSeconds) * 1e3;
-    state.counters["curl_ms"] = Median(curlSeconds) * 1e3;
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * kBodyBytes));
-}
-
 }  // namespace
 
-BENCHMARK(BM_HttpReceive)->Iterations(9)->UseManualTime()->Unit(benchmark::kMillisecond);
+std::string MeasureHttpReceive() {
+    qv::test::NginxServer server;
+    server.WriteFile("body", NoiseBytes(kBodyBytes));
+    const std::string url = server.Url("/body");
+    Receiver receiver;
+    const Pairs pairs = RunPairs(
+        kPairs,
+        [&] {
+            const std::optional<double> seconds = receiver.TimeFetch(url);
+            if (!seconds) throw std::runtime_error("HTTPSocket did not receive the whole page");
+            return *seconds;
+        },
+        [&] {
+            const std::optional<double> seconds = TimeCurl(url);
+            if (!seconds) throw std::runtime_error("curl failed");
+            return *seconds;
+        });
+    return FigureJson("HttpReceive", "wall", pairs);
+}
+
+}  // namespace qv::bench

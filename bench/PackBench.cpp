@@ -1,97 +1,93 @@
 // Packing and unpacking one large message, next to zlib's one-shot calls alone
 // on the same bytes: the difference is what the size prefix, Base64 and the
-// framing cost. Rates count bytes of the message text.
+// framing cost. CPU time of this thread, pair by pair (PairedRuns.h).
 
-#include <benchmark/benchmark.h>
 #include <zlib.h>
 
 #include <cstddef>
-#include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "Figures.h"
 #include "Inputs.h"
+#include "PairedRuns.h"
 #include "protocol/Frame.h"
+
+namespace qv::bench {
 
 namespace {
 
 constexpr std::size_t kMessageBytes = std::size_t{8} << 20;
+constexpr int kPairs = 15;
+// Unpacking takes a few milliseconds; a run of several makes each side's
+// time long against the clock's tick and the scheduler's interruptions.
+constexpr int kUnpacksPerRun = 8;
 
-const qv::String& Message() {
-    static const qv::String message(qv::bench::HtmlText(kMessageBytes));
+const String& Message() {
+    static const String message(HtmlText(kMessageBytes));
     return message;
 }
 
-const std::string& Frame() {
-    static const std::string frame(qv::MakeFrame(Message()).Bytes());
-    return frame;
-}
-
-std::string_view Payload() {
-    return std::string_view(Frame()).substr(qv::kFrameStart.size(),
-                                            Frame().size() - qv::kFrameStart.size() - qv::kFrameEnd.size());
-}
-
-const std::string& Compressed() {
-    static const std::string compressed = [] {
-        const std::string_view text = Message().Bytes();
-        uLongf size = compressBound(static_cast<uLong>(text.size()));
-        std::string out(size, '\0');
-        compress(reinterpret_cast<Bytef*>(out.data()), &size, reinterpret_cast<const Bytef*>(text.data()),
-                 static_cast<uLong>(text.size()));
-        out.resize(size);
-        return out;
-    }();
-    return compressed;
-}
-
-void BM_PackFrame(benchmark::State& state) {
-    for (auto _ : state) benchmark::DoNotOptimize(qv::MakeFrame(Message()));
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * kMessageBytes));
-}
-
-void BM_ZlibCompress(benchmark::State& state) {
-    const std::string_view text = Message().Bytes();
-    std::string out(compressBound(static_cast<uLong>(text.size())), '\0');
-    for (auto _ : state) {
-        uLongf size = out.size();
-        if (compress(reinterpret_cast<Bytef*>(out.data()), &size, reinterpret_cast<const Bytef*>(text.data()),
-                     static_cast<uLong>(text.size())) != Z_OK) {
-            state.SkipWithError("compress failed");
-        }
-        benchmark::ClobberMemory();
+// zlib's stream of `text` in `out`, made beforehand as large as it may need;
+// gives the stream's size.
+std::size_t ZlibCompress(std::string_view text, std::string& out) {
+    uLongf size = out.size();
+    if (compress(reinterpret_cast<Bytef*>(out.data()), &size, reinterpret_cast<const Bytef*>(text.data()),
+                 static_cast<uLong>(text.size())) != Z_OK) {
+        throw std::runtime_error("compress failed");
     }
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * kMessageBytes));
+    return size;
 }
 
-void BM_UnpackPayload(benchmark::State& state) {
-    const std::string_view payload = Payload();
-    for (auto _ : state) {
-        const qv::String text = qv::DecodePayload(payload);
-        if (text.Size() != kMessageBytes) state.SkipWithError("payload did not unpack");
-        benchmark::DoNotOptimize(text);
-    }
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * kMessageBytes));
-}
-
-void BM_ZlibUncompress(benchmark::State& state) {
-    const std::string& compressed = Compressed();
-    std::string out(kMessageBytes, '\0');
-    for (auto _ : state) {
-        uLongf size = out.size();
-        if (uncompress(reinterpret_cast<Bytef*>(out.data()), &size,
-                       reinterpret_cast<const Bytef*>(compressed.data()),
-                       static_cast<uLong>(compressed.size())) != Z_OK) {
-            state.SkipWithError("uncompress failed");
-        }
-        benchmark::ClobberMemory();
-    }
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * kMessageBytes));
+std::string CompressionRoom() {
+    return std::string(compressBound(static_cast<uLong>(kMessageBytes)), '\0');
 }
 
 }  // namespace
 
-BENCHMARK(BM_PackFrame)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_ZlibCompress)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_UnpackPayload)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_ZlibUncompress)->Unit(benchmark::kMillisecond);
+std::string MeasurePackFrame() {
+    const String& message = Message();
+    std::string compressed = CompressionRoom();
+    const Pairs pairs = RunPairs(
+        kPairs,
+        [&] {
+            return CpuSeconds(1, [&] {
+                if (MakeFrame(message).Size() <= kFrameStart.size() + kFrameEnd.size())
+                    throw std::runtime_error("MakeFrame gave no payload");
+            });
+        },
+        [&] { return CpuSeconds(1, [&] { ZlibCompress(message.Bytes(), compressed); }); });
+    return FigureJson("PackFrame", "cpu", pairs);
+}
+
+std::string MeasureUnpackPayload() {
+    const std::string frame(MakeFrame(Message()).Bytes());
+    const std::string_view payload =
+        std::string_view(frame).substr(kFrameStart.size(), frame.size() - kFrameStart.size() - kFrameEnd.size());
+    std::string compressed = CompressionRoom();
+    compressed.resize(ZlibCompress(Message().Bytes(), compressed));
+    std::string text(kMessageBytes, '\0');
+    const Pairs pairs = RunPairs(
+        kPairs,
+        [&] {
+            return CpuSeconds(kUnpacksPerRun, [&] {
+                if (DecodePayload(payload).Size() != kMessageBytes)
+                    throw std::runtime_error("the payload did not unpack");
+            });
+        },
+        [&] {
+            return CpuSeconds(kUnpacksPerRun, [&] {
+                uLongf size = text.size();
+                if (uncompress(reinterpret_cast<Bytef*>(text.data()), &size,
+                               reinterpret_cast<const Bytef*>(compressed.data()),
+                               static_cast<uLong>(compressed.size())) != Z_OK ||
+                    size != kMessageBytes) {
+                    throw std::runtime_error("uncompress failed");
+                }
+            });
+        });
+    return FigureJson("UnpackPayload", "cpu", pairs);
+}
+
+}  // namespace qv::bench

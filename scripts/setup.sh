@@ -9,7 +9,6 @@ packages=(
   libdeflate-dev                     # the payload's compressed stream
   zlib1g-dev                         # zlib: the reference for that stream in tests and benchmarks
   libgtest-dev                       # the tests
-  libbenchmark-dev                   # the benchmarks
   clang libclang-rt-14-dev           # the fuzz targets (libFuzzer, sanitizers)
   nginx-light                        # the real web server of the process tests
   curl                               # the peer of the HTTP receive benchmark

@@ -1,0 +1,71 @@
+#include "PairedRuns.h"
+
+#include <time.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+
+namespace qv::bench {
+
+namespace {
+
+double ThreadCpuNow() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+}
+
+}  // namespace
+
+Pairs RunPairs(int count, const Side& ours, const Side& peer, int warmUpPairs) {
+    Pairs pairs;
+    for (int pair = -warmUpPairs; pair < count; ++pair) {
+        const bool oursFirst = pair % 2 == 0;
+        const double first = oursFirst ? ours() : peer();
+        const double second = oursFirst ? peer() : ours();
+        if (pair < 0) continue;
+        pairs.ours.push_back(oursFirst ? first : second);
+        pairs.peer.push_back(oursFirst ? second : first);
+    }
+    return pairs;
+}
+
+double CpuSeconds(int repeats, const std::function<void()>& work) {
+    const double start = ThreadCpuNow();
+    for (int i = 0; i < repeats; ++i) work();
+    return ThreadCpuNow() - start;
+}
+
+double WallSeconds(const std::function<void()>& work) {
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+std::string JsonList(const std::vector<double>& values) {
+    std::string out = "[";
+    char number[32];
+    for (const double value : values) {
+        std::snprintf(number, sizeof number, "%.9g", value);
+        out += (out.size() > 1 ? ", " : "") + std::string(number);
+    }
+    return out + "]";
+}
+
+std::string FigureJson(std::string_view name, std::string_view clock, const Pairs& pairs,
+                       const std::vector<std::string>& extra) {
+    std::string line = "{\"figure\": \"" + std::string(name) + "\", \"clock\": \"" + std::string(clock) +
+                       "\", \"ours\": " + JsonList(pairs.ours) + ", \"peer\": " + JsonList(pairs.peer);
+    for (const std::string& field : extra) line += ", " + field;
+    return line + "}";
+}
+
+double Median(std::vector<double> values) {
+    if (values.empty()) return 0;
+    std::sort(values.begin(), values.end());
+    const std::size_t middle = values.size() / 2;
+    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+}
+
+}  // namespace qv::bench

@@ -1,0 +1,54 @@
+// qvbench [WORD...]: measures the figures whose names contain one of the words
+// (all when none is given) and prints each as one line of JSON on standard
+// output, for bench/report.py; progress goes to standard error. Exits 1 when a
+// figure could not be measured, after measuring the others.
+
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <string_view>
+
+#include "Figures.h"
+
+namespace {
+
+struct Figure {
+    std::string_view name;
+    std::string (*measure)();
+};
+
+constexpr Figure kFigures[] = {
+    {"PackFrame", qv::bench::MeasurePackFrame},
+    {"UnpackPayload", qv::bench::MeasureUnpackPayload},
+    {"DeliverPage", qv::bench::MeasureDeliverPage},
+    {"IntakeSmallFrames", qv::bench::MeasureIntakeSmallFrames},
+    {"IntakeLargeFrame", qv::bench::MeasureIntakeLargeFrame},
+    {"HttpReceive", qv::bench::MeasureHttpReceive},
+    {"ParseRepeatedHeader", qv::bench::MeasureParseRepeatedHeader},
+};
+
+bool Chosen(std::string_view name, int argc, char** argv) {
+    if (argc < 2) return true;
+    for (int i = 1; i < argc; ++i) {
+        if (name.find(argv[i]) != std::string_view::npos) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    int status = 0;
+    for (const Figure& figure : kFigures) {
+        if (!Chosen(figure.name, argc, argv)) continue;
+        std::fprintf(stderr, "%.*s ...\n", static_cast<int>(figure.name.size()), figure.name.data());
+        try {
+            std::printf("%s\n", figure.measure().c_str());
+            std::fflush(stdout);
+        } catch (const std::exception& error) {
+            std::fprintf(stderr, "%.*s: %s\n", static_cast<int>(figure.name.size()), figure.name.data(), error.what());
+            status = 1;
+        }
+    }
+    return status;
+}
