@@ -21,13 +21,9 @@ using Replies = std::vector<std::string>;
 using test::Pattern, test::ReadFile, test::WriteFile;
 namespace fs = std::filesystem;
 
-std::string End(const std::string& status, const std::string& tag = "tag-1") {
-    return "Response: CopyFile\r\nSrcFileInfoMD5: " + tag + "\r\nStatus: " + status + "\r\nHTTPError: \r\n";
-}
-
+std::string End(const std::string& status) { return test::CopyEnd("tag-1", status); }
 std::string Progress(const std::string& barPos, const std::string& message) {
-    return "Response: CopyFile\r\nSrcFileInfoMD5: tag-1\r\nStatus: InProgress\r\nBarPos: " + barPos +
-           "\r\nMsgStr: " + message + "\r\nHTTPError: \r\n";
+    return test::CopyProgress("tag-1", barPos, message);
 }
 
 // The copy job with a channel that keeps its reports. The copy waits on the

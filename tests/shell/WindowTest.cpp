@@ -108,20 +108,18 @@ TEST(WholeWindowTest, AbortsPassTheQueueDuringACopyAndOneQueuedBehindItIsAnswere
         window.channel.CommandDispatchTimer_Action();
         return peer.Replies();
     };
-    const auto end = [](const std::string& tag, const std::string& status) {
-        return "Response: CopyFile\r\nSrcFileInfoMD5: " + tag + "\r\nStatus: " + status + "\r\nHTTPError: \r\n";
-    };
-    EXPECT_EQ(run(abort, ""), Replies{end("", "Abort")}) << "no copy ever requested";
+    using test::CopyEnd;
+    EXPECT_EQ(run(abort, ""), Replies{CopyEnd("", "Abort")}) << "no copy ever requested";
     const Replies cut = run(copy("cut.bin", "cut"), abort);
     EXPECT_EQ(cut.size(), 2u);
-    EXPECT_EQ(cut.back(), end("cut", "Abort"));
+    EXPECT_EQ(cut.back(), CopyEnd("cut", "Abort"));
     EXPECT_TRUE(window.channel.CommandQueueItemArray.empty()) << "the abort never entered the queue";
     EXPECT_FALSE(std::filesystem::exists(dir.File("cut.bin")));
 
     peer.Send(copy("whole.bin", "whole"));
-    EXPECT_EQ(run(abort, "").back(), end("whole", "Complete")) << "an abort queued behind a copy does not stop it";
+    EXPECT_EQ(run(abort, "").back(), CopyEnd("whole", "Complete")) << "an abort queued behind a copy does not stop it";
     window.channel.CommandDispatchTimer_Action();
-    EXPECT_EQ(peer.Replies(), Replies{end("whole", "Abort")});
+    EXPECT_EQ(peer.Replies(), Replies{CopyEnd("whole", "Abort")});
     EXPECT_TRUE(std::filesystem::exists(dir.File("whole.bin")));
 }
 

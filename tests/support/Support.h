@@ -106,6 +106,14 @@ void WriteFile(const std::string& path, const std::string& bytes);
 
 // A command's text as Quorvane writes it: "name:value" lines ended by CR.
 std::string Command(std::initializer_list<Field> fields);
+// The copy's reports as the channel carries them.
+inline std::string CopyEnd(const std::string& tag, const std::string& status) {
+    return "Response: CopyFile\r\nSrcFileInfoMD5: " + tag + "\r\nStatus: " + status + "\r\nHTTPError: \r\n";
+}
+inline std::string CopyProgress(const std::string& tag, const std::string& barPos, const std::string& message) {
+    return "Response: CopyFile\r\nSrcFileInfoMD5: " + tag + "\r\nStatus: InProgress\r\nBarPos: " + barPos +
+           "\r\nMsgStr: " + message + "\r\nHTTPError: \r\n";
+}
 // A message text packed and framed, as it goes over the channel.
 inline std::string Frame(const std::string& messageText) { return std::string(MakeFrame(String(messageText)).Bytes()); }
 
