@@ -107,6 +107,7 @@ TEST(QvctlOptionsTest, TheHelpShowsEveryOptionOfTheTableWithItsValueWithinEighty
         for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80u) << line;
     }
     EXPECT_NE(help.find("(default 70, since the"), std::string::npos);
+    EXPECT_NE(help.find("\n  130  Ctrl-C with no copy to abort, or a second one (SIGTERM:\n       143)"), std::string::npos);
     EXPECT_EQ(std::get<UsageError>(ParseOptions(Args{"help", "stats"})).message,
               "unknown command 'stats'; did you mean 'status'?");
     for (const OptionInfo& option : OptionTable()) {
