@@ -101,7 +101,7 @@ TEST_F(CopyJobTest, ChunksOfTwoMebibytesTheFirstAlwaysReportedAndTheExactReports
 
 TEST_F(CopyJobTest, AnAbortDuringThePauseDeletesTheDestinationOnceTheChunkInHandIsWritten) {
     WriteFile(source + "/big", Pattern(3 * 2097152));
-    const Replies replies = Run(CopyCommand(source + "/big", "big", 3 * 2097152), true);
+    const Replies replies = Run(CopyCommand(source + "/big", "big", 3 * 2097152, "no"), true);  // counted from 0
     ASSERT_EQ(replies.size(), 2u);
     EXPECT_NE(replies[0].find("Status: InProgress"), std::string::npos);
     EXPECT_EQ(replies[1], End("Abort"));

@@ -289,6 +289,16 @@ TEST_F(SocketTest, OutOfDescriptorsTheListenerTakesThePeerWithItsReserveThenRest
     close(peer);
 }
 
+TEST_F(SocketTest, InputThatFindsNoRoomInMemoryIsAnErrorOfResources) {
+    Recording<IPCSocket> s(loop, dir.Path());
+    const int peer = Listen(s);
+    s.socket.SetInputRoomMaker([](std::string&, std::size_t) { throw std::bad_alloc(); });
+    test::WriteAll(peer, "more than there is room for");
+    EXPECT_TRUE(test::RunUntil(loop, [&] { return s.Saw("error"); }));
+    EXPECT_EQ(s.events, (Events{"connected", "error 108 "}));
+    close(peer);
+}
+
 TEST_F(SocketTest, ADeletedSocketFileEndsAListenerThatHasNoPeerButNotOneThatHas) {
     Recording<IPCSocket> lonely(loop, dir.Path()), served(loop, dir.Path());
     Listen(lonely, "lonely", false);

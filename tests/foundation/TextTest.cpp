@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "foundation/Base64.h"
 #include "foundation/TextFunctions.h"
 
 namespace qv {
@@ -115,6 +116,7 @@ TEST(TextTest, FieldsReplacingTrimmingAndCharacterCodes) {
     EXPECT_EQ(ReplaceAll("abc", "", "x").Bytes(), "abc");
     EXPECT_EQ(ReplaceAll("a-b", "-", Chr(0xE9)).GetEncoding(), Encoding::UTF8);
     EXPECT_EQ(LTrimBytes(" \t\r\n\v\fab c "), "ab c ");
+    EXPECT_EQ(EncodeBase64("fo?", 1).Bytes(), "Z\r\nm\r\n8\r\n/") << "Base64 wrapped at any width";
 
     const std::pair<String, std::int32_t> asc[] = {
         {"", 0}, {"\xFF", 255}, {String("\xC3\xA9"), 0xC3}, {Utf8("\xC3\xA9x"), 0xE9}, {Utf8("\xF0\x9F\x98\x80"), 0x1F600},

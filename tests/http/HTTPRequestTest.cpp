@@ -58,7 +58,7 @@ TEST_F(HTTPRequestTest, ASocketSendsExactlyTheseBytesFromOneRequestToTheNext) {
 }
 
 TEST_F(HTTPRequestTest, URLsAreTakenApartByTheFixedRule) {
-    ASSERT_TRUE(http.GetRequestHeaders());
+    ASSERT_TRUE(http.GetRequestHeaders() && http.ErrorCode() == 0) << "a fresh socket";
     EXPECT_EQ(http.GetRequestHeaders()->_FormatHTTPHeaders().Bytes(), "Accept: */*\r\nAccept-Language: en");
     http.Get("scheme://host/a");
     EXPECT_EQ(http.Port(), 80) << "HTTP's own port unless another is set";

@@ -122,5 +122,19 @@ TEST_F(HTTPResponseTest, LargeBodiesArriveWholeAndAPageStillHeldIsNeverReused) {
     EXPECT_TRUE(pages[0].Bytes() == test::Pattern(3 << 20, 3));
 }
 
+TEST_F(HTTPResponseTest, ADownloadReplacesWhatItsFileHeldByteForByte) {
+    test::TempDir dir;
+    test::WriteFile(dir.File("page"), std::string(200000, 'o'));
+    HTTPSocket::File done;
+    http.events.DownloadComplete = [&](const String&, std::int32_t, const HTTPSocket::Headers&,
+                                       const HTTPSocket::File& file) { done = file; };
+    http.Get(String(server.Url()), GetFolderItem(String(dir.File("page"))));
+    const int fd = Serve();
+    test::WriteAll(fd, "HTTP/1.0 200 OK\r\n\r\n" + test::Pattern(100000));
+    close(fd);
+    ASSERT_TRUE(test::RunUntil(loop, [&] { return done != nullptr; }));
+    EXPECT_TRUE(test::ReadFile(dir.File("page")) == test::Pattern(100000));
+}
+
 }  // namespace
 }  // namespace qv

@@ -243,7 +243,7 @@ TEST(QvctlOutputTest, RepliesAsTextRawOrJson) {
 
     const std::pair<std::string, std::string> escapes[] = {
         {R"(say "a\b")", R"("say \"a\\b\"")"}, {"a\rb\n\t\0\x1f"s, R"("a\u000Db\u000A\u0009\u0000\u001F")"},
-        {"\xc3\xa9 \xf0\x9f\x98\x80", "\"\xc3\xa9 \xf0\x9f\x98\x80\""}, {"\xe9\xe2\x82", R"("\ufffd\ufffd\ufffd")"},
+        {"\xc3\xa9 \xef\xbf\xbd\xf0\x9f\x98\x80", "\"\xc3\xa9 \xef\xbf\xbd\xf0\x9f\x98\x80\""}, {"\xe9\xe2\x82", R"("\ufffd\ufffd\ufffd")"},
         {"\xc0\xaf\xed\xa0\x80", R"("\ufffd\ufffd\ufffd\ufffd\ufffd")"}, {"\xf4\x90\x80\x80", R"("\ufffd\ufffd\ufffd\ufffd")"},
         {"\xf5\x80\x80\x80", R"("\ufffd\ufffd\ufffd\ufffd")"}, {"\xc2\xbf\xf0\x90\x80\xbf", "\"\xc2\xbf\xf0\x90\x80\xbf\""}};
     for (const auto& [value, json] : escapes) {
@@ -298,11 +298,11 @@ TEST(QvctlOutputTest, OnATerminalACopyIsMeasuredOnItsDestinationAndEndsInASummar
 
     // Out of sight, the destination's share comes from the bar position; an abort ends the line.
     CopyDisplay display(screen, OutputMode::Text, Verbosity::Normal, clock, {{"", dir.Path(), "missing"}, 4 << 20});
-    display.Show(String(Progress("200")));
+    for (const char* barPos : {"0", "200"}) display.Show(String(Progress(barPos)));
     EXPECT_EQ(display.Unfinished(), "qvctl: left the copy unfinished\n");
     display.Show(String(End("Abort")));
     EXPECT_EQ(terminal.str().substr(terminal.str().find("/s\n") + 3),
-              "\r[##########          ]  50% 2.0 MiB of 4.0 MiB\x1b[K\n"
+              "\r[                    ]   0% 0 bytes of 4.0 MiB\x1b[K\r[##########          ]  50% 2.0 MiB of 4.0 MiB\x1b[K\n"
               "Aborted after 2.0 MiB of 4.0 MiB; the assistant removed the partial copy\n");
     EXPECT_EQ(onTerminal.Unfinished(), "qvctl: left the copy unfinished; the partial file " + destination +
                                             " stays, 4.0 MiB of 4.0 MiB\n");
