@@ -42,10 +42,8 @@ public:
                               {"SrcFileInfo", std::string(Base64Encode(String(from)).Bytes())},
                               {"SrcFileInfoMD5", tag},
                               {"DstFileInfo", std::string(Base64Encode(String(target)).Bytes())},
-                              {"DstFilePath", path},
-                              {"StartTicks", std::to_string(Ticks(clock))},
-                              {"TotalSize", std::to_string(total)},
-                              {"isResetAmountTransferred", reset}});
+                              {"DstFilePath", path}, {"StartTicks", std::to_string(Ticks(clock))},
+                              {"TotalSize", std::to_string(total)}, {"isResetAmountTransferred", reset}});
     }
     // The CopyFile branch of processCommand, the copy to its end; with
     // `abortInThePause`, an abort comes in the pause after the first report.

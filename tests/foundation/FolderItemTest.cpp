@@ -73,8 +73,7 @@ TEST(FolderItemTest, ExtentsCopyTheDataAndKeepTheHolesOfTheSource) {
     } cases[] = {
         {"a hole between data, and one at the end", 9 * kMiB, {{0, 4096}, {3 * kMiB, 5000}}},
         {"a hole at the start, data across a chunk's end", 5 * kMiB, {{2 * kMiB - 100, 300}, {5 * kMiB - 10, 10}}},
-        {"no data at all", 3 * kMiB, {}},
-        {"no hole at all", kMiB + 3, {{0, kMiB + 3}}},
+        {"no data at all", 3 * kMiB, {}}, {"no hole at all", kMiB + 3, {{0, kMiB + 3}}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.layout);

@@ -160,7 +160,7 @@ TEST_F(SocketTest, PollDeliversOnlyItsOwnSocketsEventsAndALargeWriteArrivesWhole
     close(peerB);
 }
 
-TEST_F(SocketTest, TheLocalListenerTakesOnePeerWhoseDepartureOrDeafnessIsAnError) {
+TEST_F(SocketTest, TheLocalListenerTakesOnePeerWhoseDepartureDeafnessOrExcessIsAnError) {
     Recording<IPCSocket> s(loop, dir.Path());
     int peer = Listen(s);
     // A further peer gets in, and is closed at once, unread.
@@ -186,6 +186,15 @@ TEST_F(SocketTest, TheLocalListenerTakesOnePeerWhoseDepartureOrDeafnessIsAnError
     deaf.socket.Write("reply");  // before the loop has read the last words
     ASSERT_TRUE(test::RunUntil(loop, [&] { return deaf.Saw("error"); }));
     EXPECT_EQ(deaf.events, (Events{"connected", "data", "error 102 last words"}));
+    close(peer);
+
+    // Input that finds no room in memory: an error of resources.
+    Recording<IPCSocket> starved(loop, dir.Path());
+    peer = Listen(starved, "starved");
+    starved.socket.SetInputRoomMaker([](std::string&, std::size_t) { throw std::bad_alloc(); });
+    test::WriteAll(peer, "more than there is room for");
+    ASSERT_TRUE(test::RunUntil(loop, [&] { return starved.Saw("error"); }));
+    EXPECT_EQ(starved.events, (Events{"connected", "error 108 "}));
     close(peer);
 
     // A path that cannot be taken fails from the loop, not inside Listen.
@@ -235,10 +244,8 @@ TEST_F(NameTest, EveryAddressOfANameIsTriedTheNextOneAQuarterSecondAfterTheOneBe
         int stuck;                   // a family whose server takes no connection, or 0
         const char* outcome;
     } cases[] = {
-        {"only ::1 listens", {v6}, 0, "connected"},
-        {"only 127.0.0.1 listens", {v4}, 0, "connected"},
-        {"nobody listens", {}, 0, "error 102 "},
-        {"::1 does not answer, 127.0.0.1 does", {v4}, v6, "connected"},
+        {"only ::1 listens", {v6}, 0, "connected"}, {"only 127.0.0.1 listens", {v4}, 0, "connected"},
+        {"nobody listens", {}, 0, "error 102 "}, {"::1 does not answer, 127.0.0.1 does", {v4}, v6, "connected"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -286,16 +293,6 @@ TEST_F(SocketTest, OutOfDescriptorsTheListenerTakesThePeerWithItsReserveThenRest
     EXPECT_TRUE(test::RunUntil(loop, [&] { return ClosedByItsPeer(further); })) << "taken and closed once there is room";
     EXPECT_EQ(s.events, Events{"connected"});
     close(further);
-    close(peer);
-}
-
-TEST_F(SocketTest, InputThatFindsNoRoomInMemoryIsAnErrorOfResources) {
-    Recording<IPCSocket> s(loop, dir.Path());
-    const int peer = Listen(s);
-    s.socket.SetInputRoomMaker([](std::string&, std::size_t) { throw std::bad_alloc(); });
-    test::WriteAll(peer, "more than there is room for");
-    EXPECT_TRUE(test::RunUntil(loop, [&] { return s.Saw("error"); }));
-    EXPECT_EQ(s.events, (Events{"connected", "error 108 "}));
     close(peer);
 }
 

@@ -83,8 +83,7 @@ TEST_F(HTTPRequestTest, FormsEncodeInDictionaryOrderWithTheFixedEscapes) {
         {Dictionary{{"goi", "%41"}, {"k", "a\r\nb"}}, "goi=%2541&k=a%0D%0Ab"},
         {Dictionary{{"v", "%&=,/\\][{}`~-_()*^$#!+;<>"}},
          "v=%25%26%3D%2C%2F%5C%5D%5B%7B%7D%60%7E%2D%5F%28%29%2A%5E%24%23%21%2B%3B%3C%3E"},
-        {Dictionary{{"v", ".:?@'\"|\x01\xE9"}}, "v=.:?@'\"|\x01\xE9"},
-        {Dictionary{}, ""},
+        {Dictionary{{"v", ".:?@'\"|\x01\xE9"}}, "v=.:?@'\"|\x01\xE9"}, {Dictionary{}, ""},
     };
     for (const auto& [form, encoded] : cases) EXPECT_EQ(http.EncodeFormData(&form).Bytes(), encoded);
     EXPECT_THROW(http.EncodeFormData(nullptr), NilObjectException);

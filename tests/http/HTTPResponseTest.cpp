@@ -94,7 +94,7 @@ TEST_F(HTTPResponseTest, AfterALocalCloseAFailedConnectionDeliversTheOldPage) {
     EXPECT_EQ(Count("error"), 0u);
 }
 
-TEST_F(HTTPResponseTest, LargeBodiesArriveWholeAndAPageStillHeldIsNeverReused) {
+TEST_F(HTTPResponseTest, LargeBodiesArriveWholeAPageStillHeldIsNeverReusedAndADownloadFillsItsFile) {
     std::vector<String> pages;
     http.events.PageReceived = [&](const String&, std::int32_t, const HTTPSocket::Headers&, const String& page) {
         pages.push_back(page);
@@ -120,9 +120,8 @@ TEST_F(HTTPResponseTest, LargeBodiesArriveWholeAndAPageStillHeldIsNeverReused) {
     fetch(test::Pattern(3 << 20, 3));
     ASSERT_EQ(pages.size(), 1u);
     EXPECT_TRUE(pages[0].Bytes() == test::Pattern(3 << 20, 3));
-}
 
-TEST_F(HTTPResponseTest, ADownloadReplacesWhatItsFileHeldByteForByte) {
+    // A download replaces what its file held.
     test::TempDir dir;
     test::WriteFile(dir.File("page"), std::string(200000, 'o'));
     HTTPSocket::File done;

@@ -229,8 +229,7 @@ TEST(QvctlOutputTest, RepliesAsTextRawOrJson) {
         std::string text, expected;
     } cases[] = {
         {"text: a lone CR stays, and the end is a line break", OutputMode::Text, "a\rb\r\r\nc\r", "a\rb\r\nc\r\n"},
-        {"empty", OutputMode::Text, "", "\n"},
-        {"raw lone CR and LF", OutputMode::Raw, "a\rb\nc", "a\\rb\\n\nc\n"},
+        {"empty", OutputMode::Text, "", "\n"}, {"raw lone CR and LF", OutputMode::Raw, "a\rb\nc", "a\\rb\\n\nc\n"},
         {"raw backslash and control bytes", OutputMode::Raw, "C:\\r\0\t\x1b\x7f\xc3\xa9"s,
          "C:\\\\r\\x00\\x09\\x1B\\x7F\xc3\xa9\n"},
         {"json body behind the first empty line", OutputMode::Json, "HTTPStatus: 200\r\n\r\na\0\r\n\r\nb"s,
@@ -261,10 +260,8 @@ TEST(QvctlOutputTest, ProgressLinesGiveUpTheSizesTheRateAndTheBarToFitTheirTermi
         std::string line;
     } cases[] = {
         {half, 80, "[##########          ]  50% 512.0 MiB of 1.00 GiB 64.0 MiB/s 00:08 left"},
-        {half, 47, "[##########          ]  50% 00:08 left"},
-        {half, 38, " 50% 00:08 left"},
-        {half, 5, " 50%"},
-        {half, 4, ""},
+        {half, 47, "[##########          ]  50% 00:08 left"}, {half, 38, " 50% 00:08 left"},
+        {half, 5, " 50%"}, {half, 4, ""},
         {{5000, 4000, std::nullopt}, 80, "[####################] 100% 3.9 KiB of 3.9 KiB"},  // a destination grown past
         {{0, 0, std::nullopt}, 80, "[####################] 100% 0 bytes of 0 bytes"},
     };

@@ -91,12 +91,10 @@ TEST(WholeWindowTest, AbortsPassTheQueueDuringACopyAndOneQueuedBehindItIsAnswere
     const std::string source = dir.File("source.bin");
     test::WriteFile(source, test::Pattern(3 * 2097152));
     const auto copy = [&](const std::string& path, const std::string& tag) {
-        return Command({{"Command", "CopyFile"},
-                        {"SrcFileInfo", std::string(Base64Encode(String(source)).Bytes())},
+        return Command({{"Command", "CopyFile"}, {"SrcFileInfo", std::string(Base64Encode(String(source)).Bytes())},
                         {"SrcFileInfoMD5", tag},
                         {"DstFileInfo", std::string(Base64Encode(String(dir.Path())).Bytes())},
-                        {"DstFilePath", path},
-                        {"TotalSize", "400"}});
+                        {"DstFilePath", path}, {"TotalSize", "400"}});
     };
     const std::string abort = Command({{"Command", "CopyFileAbort"}});
     // The commands are read and queued; one tick runs the first, a copy to its
