@@ -101,12 +101,11 @@ TEST_F(SocketTest, ALocalCloseOrDestructionRaisesNothingAndFailuresToConnectCome
     EXPECT_EQ(doomedEvents, 2);
 
     Recording<TCPSocket> open(loop);
-    const int peer = Connect(open);
+    test::ResetConnection(Connect(open));
+    open.socket.Write("to a peer that reset");  // fails at once: an error due when the close comes
     open.socket.Close();
     open.socket.Write("nobody listens");
     EXPECT_EQ(open.socket.BytesLeftToSend(), 0);
-    test::WriteAll(peer, "late");
-    close(peer);
     test::RunUntil(loop, [] { return false; }, milliseconds(200));
     EXPECT_EQ(open.events, Events{"connected"});
 
