@@ -121,18 +121,19 @@ TEST_F(HTTPResponseTest, LargeBodiesArriveWholeAPageStillHeldIsNeverReusedAndADo
     ASSERT_EQ(pages.size(), 1u);
     EXPECT_TRUE(pages[0].Bytes() == test::Pattern(3 << 20, 3));
 
-    // A download replaces what its file held.
+    // A download replaces what its file held, and counts what it wrote.
+    std::int32_t received = 0;
+    http.events.ReceiveProgress = [&](std::int32_t bytes, std::int32_t, const String&) { received = bytes; };
     test::TempDir dir;
     test::WriteFile(dir.File("page"), std::string(200000, 'o'));
     HTTPSocket::File done;
-    http.events.DownloadComplete = [&](const String&, std::int32_t, const HTTPSocket::Headers&,
-                                       const HTTPSocket::File& file) { done = file; };
+    http.events.DownloadComplete = [&](auto&&, auto, auto&&, const HTTPSocket::File& file) { done = file; };
     http.Get(String(server.Url()), GetFolderItem(String(dir.File("page"))));
     const int fd = Serve();
     test::WriteAll(fd, "HTTP/1.0 200 OK\r\n\r\n" + test::Pattern(100000));
     close(fd);
     ASSERT_TRUE(test::RunUntil(loop, [&] { return done != nullptr; }));
-    EXPECT_TRUE(test::ReadFile(dir.File("page")) == test::Pattern(100000));
+    EXPECT_TRUE(test::ReadFile(dir.File("page")) == test::Pattern(100000) && received == 100000) << received;
 }
 
 }  // namespace
