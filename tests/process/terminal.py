@@ -1,7 +1,8 @@
 """The terminal cases of terminal.sh; arguments: qvassistant, qvctl, completion."""
 import atexit, fcntl, os, pty, re, select, signal, struct, subprocess, sys, termios, time
 
-assistant, qvctl, completion = sys.argv[1:4]
+# A checkout in the old /tmp is reached through descriptor 9 (see common.sh), which children do not inherit.
+assistant, qvctl, completion = (arg.replace("/proc/self/", f"/proc/{os.getpid()}/", 1) for arg in sys.argv[1:4])
 os.makedirs("/tmp/w/sub")
 open("/tmp/w/a file.bin", "w").close()
 # A source that keeps growing while it is copied, so that a copy runs until it is stopped.
