@@ -112,7 +112,7 @@ public:
         Check(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) == 0);
         Check(fcntl(ends[0], F_SETFL, O_NONBLOCK) == 0);
         server = ends[1];
-        Adopt(ends[0], State::Connected);
+        Adopt(qv::Descriptor(ends[0]), State::Connected);
         MarkConnected();
     }
     void Event_Error() override {
