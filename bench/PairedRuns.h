@@ -23,6 +23,12 @@ struct Pairs {
 using Side = std::function<double()>;
 
 Pairs RunPairs(int count, const Side& ours, const Side& peer, int warmUpPairs = 1);
+// RunPairs in `processes` child processes, one after another, `count` pairs
+// (and a warm-up) each: for a figure that moves by a few per cent from one
+// process to the next (where its memory lands), so that the quartiles show
+// that spread and the median does not rest on one process. The sides run in
+// the children, on the inputs made before.
+Pairs RunPairsInProcesses(int processes, int count, const Side& ours, const Side& peer);
 
 // The CPU time of this thread over `repeats` calls of `work`: for work that
 // runs on this thread alone, so that other load on the machine, which takes

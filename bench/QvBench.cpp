@@ -1,7 +1,11 @@
 // qvbench [WORD...]: measures the figures whose names contain one of the words
 // (all when none is given) and prints each as one line of JSON on standard
-// output, for bench/report.py; progress goes to standard error. Exits 1 when a
-// figure could not be measured, after measuring the others.
+// output, for bench/report.py; progress goes to standard error. Each figure is
+// measured in a process of its own. Exits 1 when a figure could not be
+// measured, after measuring the others.
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <exception>
@@ -35,20 +39,40 @@ bool Chosen(std::string_view name, int argc, char** argv) {
     return false;
 }
 
+// Measures one figure in a process of its own, so that what an earlier one
+// left behind (a gigabyte of touched heap, the C library's settings) cannot
+// move it: after the intake figures, the receive figure stood 3 to 11 %
+// higher. True when it was measured.
+bool MeasureApart(const Figure& figure) {
+    std::fprintf(stderr, "%.*s ...\n", static_cast<int>(figure.name.size()), figure.name.data());
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child < 0) {
+        std::perror("fork");
+        return false;
+    }
+    if (child == 0) {
+        int status = 0;
+        try {
+            std::printf("%s\n", figure.measure().c_str());
+        } catch (const std::exception& error) {
+            std::fprintf(stderr, "%.*s: %s\n", static_cast<int>(figure.name.size()), figure.name.data(),
+                         error.what());
+            status = 1;
+        }
+        std::fflush(nullptr);
+        _exit(status);
+    }
+    int status = 0;
+    return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     int status = 0;
     for (const Figure& figure : kFigures) {
-        if (!Chosen(figure.name, argc, argv)) continue;
-        std::fprintf(stderr, "%.*s ...\n", static_cast<int>(figure.name.size()), figure.name.data());
-        try {
-            std::printf("%s\n", figure.measure().c_str());
-            std::fflush(stdout);
-        } catch (const std::exception& error) {
-            std::fprintf(stderr, "%.*s: %s\n", static_cast<int>(figure.name.size()), figure.name.data(), error.what());
-            status = 1;
-        }
+        if (Chosen(figure.name, argc, argv) && !MeasureApart(figure)) status = 1;
     }
     return status;
 }
