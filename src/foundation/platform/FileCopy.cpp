@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <string>
+#include <memory>
 
 #include "foundation/platform/Platform.h"
 
@@ -11,17 +11,18 @@ namespace qv::platform {
 namespace {
 
 // A buffer at a time, read whole and written whole. Both offsets move by what
-// was written; `left` keeps what was not.
+// was written; `left` keeps what was not. The buffer is not cleared first:
+// every byte written from it was read into it.
 void CopyThroughMemory(int from, off_t& fromOffset, int to, off_t& toOffset, std::uint64_t& left) {
-    std::string buffer(static_cast<std::size_t>(std::min<std::uint64_t>(left, 1024 * 1024)), '\0');
+    const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(left, 1024 * 1024));
+    const std::unique_ptr<char[]> buffer = std::make_unique_for_overwrite<char[]>(size);
     while (left > 0) {
-        const ssize_t got =
-            ::pread(from, buffer.data(), std::min<std::uint64_t>(left, buffer.size()), fromOffset);
+        const ssize_t got = ::pread(from, buffer.get(), std::min<std::uint64_t>(left, size), fromOffset);
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0) return;
         for (std::size_t written = 0; written < static_cast<std::size_t>(got);) {
             const ssize_t n =
-                ::pwrite(to, buffer.data() + written, static_cast<std::size_t>(got) - written, toOffset);
+                ::pwrite(to, buffer.get() + written, static_cast<std::size_t>(got) - written, toOffset);
             if (n < 0 && errno == EINTR) continue;
             if (n <= 0) return;
             written += static_cast<std::size_t>(n);
