@@ -166,7 +166,7 @@ TEST_F(CopyJobTest, ASignalEndsTheCopyInThePauseOrAtTheEndOfItsChunk) {
     WriteFile(source + "/big", bytes);
     // As the process ends on it: the loop stops, and the stack unwinds to it.
     SignalWatch stopOnSignal(loop, {SIGTERM}, [&](int) { loop.Quit(0); });
-    for (const auto [signalAt, left] : {std::pair<std::size_t, std::size_t>{0, 0}, {2097152, 2 * 2097152}}) {
+    for (const auto& [signalAt, left] : {std::pair<std::size_t, std::size_t>{0, 0}, {2097152, 2 * 2097152}}) {
         bool raised = false;
         clock.onReading = [&, signalAt] {
             std::error_code missing;
