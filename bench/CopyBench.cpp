@@ -1,10 +1,8 @@
 // The copy engine against cp, and the CPU that the copy's pauses cost. A
 // program of its own: whole 1 GiB copies, each followed by seconds of settling,
 // taking turns with cp's pair by pair (PairedRuns.h). See bench/README.md.
-#include <spawn.h>
 #include <sys/resource.h>
 #include <sys/statvfs.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -22,14 +20,13 @@
 
 #include "CopyFiles.h"
 #include "PairedRuns.h"
+#include "Processes.h"
 #include "foundation/IPCSocket.h"
 #include "protocol/CommandText.h"
 #include "protocol/Frame.h"
 #include "qvctl/CopyCommand.h"
 #include "shell/HeadlessView.h"
 #include "shell/RSSDownloadWindow.h"
-
-extern char** environ;
 
 namespace qv::bench {
 namespace {
@@ -58,41 +55,11 @@ double SecondsSince(SteadyClock::time_point start) {
     return std::chrono::duration<double>(SteadyClock::now() - start).count();
 }
 
-double CpuSecondsOf(const rusage& usage) {
-    const auto seconds = [](const timeval& t) { return static_cast<double>(t.tv_sec) + t.tv_usec / 1e6; };
-    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
-
 // Of the process, or of this thread alone (RUSAGE_THREAD).
 double CpuSeconds(int who = RUSAGE_SELF) {
     rusage usage{};
     getrusage(who, &usage);
     return CpuSecondsOf(usage);
-}
-
-// One copy's wall-clock and CPU time. The copy's work is the kernel's, done in
-// the calling process, so its CPU time is what the copy cost, whatever else
-// the machine did meanwhile.
-struct CopyTime {
-    double wall = 0;
-    double cpu = 0;
-};
-
-CopyTime TimeCp(const std::string& from, const std::string& to) {
-    std::vector<std::string> args = {"cp", from, to};
-    std::vector<char*> argv;
-    for (std::string& arg : args) argv.push_back(arg.data());
-    argv.push_back(nullptr);
-    const auto start = SteadyClock::now();
-    pid_t pid = -1;
-    if (posix_spawnp(&pid, "cp", nullptr, nullptr, argv.data(), environ) != 0)
-        throw std::runtime_error("no cp");
-    int status = 0;
-    rusage usage{};
-    wait4(pid, &status, 0, &usage);
-    const CopyTime time{SecondsSince(start), CpuSecondsOf(usage)};
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) throw std::runtime_error("cp failed");
-    return time;
 }
 
 // A whole assistant window on a channel path of its own, with the system's
@@ -198,9 +165,9 @@ CopyFigures CompareWithCp(Assistant& assistant, const std::string& folder, const
     std::ofstream{empty};
     const auto runCp = [&] {
         const std::string copy = folder + "/by-cp.bin";
-        const CopyTime start = TimeCp(empty, copy);
+        const RunTime start = TimeProgram({"cp", empty, copy});
         fs::remove(copy);
-        const CopyTime time = TimeCp(source, copy);
+        const RunTime time = TimeProgram({"cp", source, copy});
         std::fprintf(stderr, "cp %.3f s, its start %.3f s\n", time.wall, start.wall);
         settle(copy);
         figures.cpuPairs.peer.push_back(time.cpu - start.cpu);

@@ -7,9 +7,6 @@
 // speed as ours does; with the start in, the ratio moved with it (a machine
 // twice as slow for both gave 0.89 where it had given 0.78).
 
-#include <spawn.h>
-#include <sys/wait.h>
-
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -22,11 +19,10 @@
 #include "Inputs.h"
 #include "NginxServer.h"
 #include "PairedRuns.h"
+#include "Processes.h"
 #include "foundation/Clock.h"
 #include "foundation/RunLoop.h"
 #include "http/HTTPSocket.h"
-
-extern char** environ;
 
 namespace qv::bench {
 
@@ -44,20 +40,9 @@ double SecondsSince(Clock::time_point start) {
 }
 
 // curl as a person runs it: process start, an HTTP/1.0 request, the body
-// thrown away. Seconds taken, or nullopt when curl failed.
-std::optional<double> TimeCurl(const std::string& url) {
-    std::vector<std::string> args = {"curl", "-0", "-s", "-o", "/dev/null", url};
-    std::vector<char*> argv;
-    for (std::string& arg : args) argv.push_back(arg.data());
-    argv.push_back(nullptr);
-    const Clock::time_point start = Clock::now();
-    pid_t pid = -1;
-    if (posix_spawnp(&pid, "curl", nullptr, nullptr, argv.data(), environ) != 0) return std::nullopt;
-    int status = 0;
-    waitpid(pid, &status, 0);
-    const double seconds = SecondsSince(start);
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) return std::nullopt;
-    return seconds;
+// thrown away. Seconds taken.
+double TimeCurl(const std::string& url) {
+    return TimeProgram({"curl", "-0", "-s", "-o", "/dev/null", url}).wall;
 }
 
 // One HTTPSocket used for every fetch, as the assistant uses its one socket.
@@ -108,10 +93,8 @@ std::string MeasureHttpReceive() {
             return *seconds;
         },
         [&] {
-            const std::optional<double> start = TimeCurl(emptyUrl);
-            const std::optional<double> seconds = TimeCurl(url);
-            if (!seconds || !start) throw std::runtime_error("curl failed");
-            return *seconds - *start;
+            const double start = TimeCurl(emptyUrl);
+            return TimeCurl(url) - start;
         });
     return FigureJson("HttpReceive", "wall", pairs);
 }

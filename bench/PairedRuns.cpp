@@ -1,6 +1,5 @@
 #include "PairedRuns.h"
 
-#include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -8,6 +7,8 @@
 #include <chrono>
 #include <cstdio>
 #include <stdexcept>
+
+#include "Processes.h"
 
 namespace qv::bench {
 
@@ -36,32 +37,24 @@ Pairs RunPairs(int count, const Side& ours, const Side& peer, int warmUpPairs) {
 
 Pairs RunPairsInProcesses(int processes, int count, const Side& ours, const Side& peer) {
     Pairs pairs;
-    const std::size_t bytes = 2 * static_cast<std::size_t>(count) * sizeof(double);
+    const std::size_t values = 2 * static_cast<std::size_t>(count);
+    const auto bytes = static_cast<ssize_t>(values * sizeof(double));
     for (int process = 0; process < processes; ++process) {
         int ends[2];
         if (pipe(ends) != 0) throw std::runtime_error("no pipe for a run's process");
-        const pid_t child = fork();
-        if (child < 0) throw std::runtime_error("no process for a run");
-        if (child == 0) {
-            // Both sides' seconds in one write, within PIPE_BUF, so it is whole.
-            close(ends[0]);
-            bool sent = false;
-            try {
-                Pairs own = RunPairs(count, ours, peer);
-                own.ours.insert(own.ours.end(), own.peer.begin(), own.peer.end());
-                sent = write(ends[1], own.ours.data(), bytes) == static_cast<ssize_t>(bytes);
-            } catch (...) {
-            }
-            _exit(sent ? 0 : 1);
-        }
+        // Both sides' seconds in one write, within PIPE_BUF and the pipe's
+        // room, so it is whole and waits there for the reading below.
+        const bool ran = InOwnProcess([&] {
+            Pairs own = RunPairs(count, ours, peer);
+            own.ours.insert(own.ours.end(), own.peer.begin(), own.peer.end());
+            if (write(ends[1], own.ours.data(), values * sizeof(double)) != bytes)
+                throw std::runtime_error("a run's times were not sent");
+        });
         close(ends[1]);
-        std::vector<double> both(2 * static_cast<std::size_t>(count));
-        const ssize_t got = read(ends[0], both.data(), bytes);
+        std::vector<double> both(values);
+        const ssize_t got = ran ? read(ends[0], both.data(), values * sizeof(double)) : -1;
         close(ends[0]);
-        int status = 0;
-        waitpid(child, &status, 0);
-        if (got != static_cast<ssize_t>(bytes) || !WIFEXITED(status) || WEXITSTATUS(status) != 0)
-            throw std::runtime_error("a run's process failed");
+        if (got != bytes) throw std::runtime_error("a run's process failed");
         pairs.ours.insert(pairs.ours.end(), both.begin(), both.begin() + count);
         pairs.peer.insert(pairs.peer.end(), both.begin() + count, both.end());
     }

@@ -4,15 +4,12 @@
 // measured in a process of its own. Exits 1 when a figure could not be
 // measured, after measuring the others.
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cstdio>
-#include <exception>
 #include <string>
 #include <string_view>
 
 #include "Figures.h"
+#include "Processes.h"
 
 namespace {
 
@@ -45,26 +42,7 @@ bool Chosen(std::string_view name, int argc, char** argv) {
 // higher. True when it was measured.
 bool MeasureApart(const Figure& figure) {
     std::fprintf(stderr, "%.*s ...\n", static_cast<int>(figure.name.size()), figure.name.data());
-    std::fflush(nullptr);
-    const pid_t child = fork();
-    if (child < 0) {
-        std::perror("fork");
-        return false;
-    }
-    if (child == 0) {
-        int status = 0;
-        try {
-            std::printf("%s\n", figure.measure().c_str());
-        } catch (const std::exception& error) {
-            std::fprintf(stderr, "%.*s: %s\n", static_cast<int>(figure.name.size()), figure.name.data(),
-                         error.what());
-            status = 1;
-        }
-        std::fflush(nullptr);
-        _exit(status);
-    }
-    int status = 0;
-    return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    return qv::bench::InOwnProcess([&] { std::printf("%s\n", figure.measure().c_str()); });
 }
 
 }  // namespace

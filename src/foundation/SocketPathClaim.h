@@ -42,9 +42,9 @@ public:
 
     // A folder that only this user can write: the system's folder for this
     // user's session (platform::SessionFolder) where there is one, else the
-    // home folder of the password database; the empty text when neither is (then the lock goes
-    // beside the socket, where another user could block it). No environment
-    // variable is read.
+    // home folder of the password database; the empty text when neither is
+    // (then the lock goes beside the socket, where another user could block
+    // it). No environment variable is read.
     static std::string PrivateFolder();
 
 private:
